@@ -1,0 +1,63 @@
+// Argument checks of the exported functions, so that a family's ordered list
+// of checks reads like a table:
+//
+//   if (ZelStatus s = firstError(requireStride(step, width),
+//                                requireNonNull(pSrc, pMean, pVar, pDst),
+//                                requirePositive(width, height)))
+//       return s;
+//
+// Every test in such a list is evaluated, so each must be a pure test of
+// argument values. A test that reads through a pointer (a state's tag, say)
+// stands on its own line after the null test of that pointer.
+#pragma once
+
+#include <stdint.h>
+
+#include "zelsr.h"
+
+namespace zel {
+
+// The first non-zero status, in argument order.
+template <class... S>
+constexpr ZelStatus firstError(S... s) {
+    ZelStatus r = zelStsNoErr;
+    ((r = (r != zelStsNoErr) ? r : static_cast<ZelStatus>(s)), ...);
+    return r;
+}
+
+template <class... P>
+constexpr ZelStatus requireNonNull(const P*... p) {
+    return ((p == nullptr) || ...) ? zelStsNullPtrErr : zelStsNoErr;
+}
+
+// Lengths, widths, heights and counts: below 1 is a size error.
+template <class... N>
+constexpr ZelStatus requirePositive(N... n) {
+    return ((n < 1) || ...) ? zelStsSizeErr : zelStsNoErr;
+}
+
+// A D2 step counts elements and must cover the width that is read.
+constexpr ZelStatus requireStride(int step, int width) {
+    return step < width ? zelStsStrideErr : zelStsNoErr;
+}
+
+constexpr ZelStatus require(bool ok, ZelStatus status) { return ok ? zelStsNoErr : status; }
+
+// ---- Alignment -------------------------------------------------------------
+
+inline bool isAligned16(const void* p) { return (reinterpret_cast<uintptr_t>(p) & 15u) == 0; }
+
+template <class... P>
+inline bool allAligned16(const P*... p) {
+    return (isAligned16(p) && ...);
+}
+
+}  // namespace zel
+
+// Non-zero at the first row of a D2L table whose pointer is not a multiple of 16.
+template <class T>
+inline int ownRowsAligned(const T* const* rows, int height) {
+    for (int y = 0; y < height; ++y)
+        if (!zel::isAligned16(rows[y])) return 1;
+    return 0;
+}

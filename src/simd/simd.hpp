@@ -1,0 +1,18 @@
+// The small vector vocabulary that kernels are written in. One header per
+// instruction set implements the same operations on 128-bit values; the
+// portable one keeps the lane order of the vector one exactly, so that every
+// build gives the same bits. Kernels use nothing else.
+#pragma once
+
+#if defined(__SSE4_1__) && !defined(ZELSR_PORTABLE)
+#include "sse41.hpp"
+#else
+#include "scalar.hpp"
+#endif
+
+namespace zel::simd {
+
+// Lane-wise helpers that are the same whatever the instruction set.
+inline F32x4 abs(F32x4 a) { return max(a, sub(zero4f(), a)); }
+
+}  // namespace zel::simd
