@@ -111,3 +111,22 @@ constexpr int64_t shiftRoundHalfEven(int64_t v, int s) {
 }
 
 }  // namespace zel
+
+namespace zel {
+
+// The quiet NaN with the sign bit set that the library writes for undefined
+// logarithms (0xffc00000, and 0xfff8000000000000 in double precision).
+inline float fromBits32(uint32_t u) {
+    float f;
+    __builtin_memcpy(&f, &u, 4);
+    return f;
+}
+inline double fromBits64(uint64_t u) {
+    double d;
+    __builtin_memcpy(&d, &u, 8);
+    return d;
+}
+inline float negativeQuietNaN32f() { return fromBits32(0xffc00000u); }
+inline double negativeQuietNaN64f() { return fromBits64(0xfff8000000000000ull); }
+
+}  // namespace zel
