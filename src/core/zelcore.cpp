@@ -34,6 +34,9 @@ uint64_t detectFeatures() {
     return mask;
 }
 
+// Read once when the library is loaded; constant afterwards.
+const uint64_t gFeatures = detectFeatures();
+
 }  // namespace
 
 extern "C" {
@@ -57,10 +60,7 @@ ZELCORE_API int ownGetNumThreads(void) {
 }
 
 ZELCORE_API int ownGetFeature(uint64_t mask) {
-    // Computed once; a data race here would only store the same value twice,
-    // but a function-local static makes it well defined.
-    static const uint64_t features = detectFeatures();
-    return (features & mask) == mask && mask != 0;
+    return (gFeatures & mask) == mask && mask != 0;
 }
 
 }  // extern "C"
