@@ -159,3 +159,69 @@ inline I16x8 packSat(I32x4 lo, I32x4 hi) {
 }
 
 }  // namespace zel::simd
+
+// ---- lane rearrangements of single-precision vectors (real FFT)
+namespace zel::simd {
+
+inline F32x4 interleaveLo(F32x4 a, F32x4 b) { return {{a.v[0], b.v[0], a.v[1], b.v[1]}}; }
+inline F32x4 interleaveHi(F32x4 a, F32x4 b) { return {{a.v[2], b.v[2], a.v[3], b.v[3]}}; }
+inline F32x4 evenLanes(F32x4 a, F32x4 b) { return {{a.v[0], a.v[2], b.v[0], b.v[2]}}; }
+inline F32x4 oddLanes(F32x4 a, F32x4 b) { return {{a.v[1], a.v[3], b.v[1], b.v[3]}}; }
+inline F32x4 reverse(F32x4 a) { return {{a.v[3], a.v[2], a.v[1], a.v[0]}}; }
+inline void transpose4(F32x4& a, F32x4& b, F32x4& c, F32x4& d) {
+    F32x4 r0 = {{a.v[0], b.v[0], c.v[0], d.v[0]}};
+    F32x4 r1 = {{a.v[1], b.v[1], c.v[1], d.v[1]}};
+    F32x4 r2 = {{a.v[2], b.v[2], c.v[2], d.v[2]}};
+    F32x4 r3 = {{a.v[3], b.v[3], c.v[3], d.v[3]}};
+    a = r0; b = r1; c = r2; d = r3;
+}
+
+}  // namespace zel::simd
+
+// ---- 16-bit products and partial loads (Gaussian frame scoring)
+namespace zel::simd {
+
+inline I16x8 zero8s() { return set1(int16_t(0)); }
+inline I16x8 mullo(I16x8 a, I16x8 b) {
+    return detail::map2(a, b, [](int16_t x, int16_t y) { return int16_t(uint16_t(uint32_t(int32_t(x) * y))); });
+}
+inline I16x8 mulhi(I16x8 a, I16x8 b) {
+    return detail::map2(a, b, [](int16_t x, int16_t y) { return int16_t((int32_t(x) * y) >> 16); });
+}
+inline I16x8 srl(I16x8 a, int n) {
+    return detail::map1(a, [n](int16_t x) { return n > 15 ? int16_t(0) : int16_t(uint16_t(x) >> n); });
+}
+inline I16x8 loadLo4s(const int16_t* p) { I16x8 r = zero8s(); memcpy(r.v, p, 8); return r; }
+inline I16x8 loadLo2s(const int16_t* p) { I16x8 r = zero8s(); memcpy(r.v, p, 4); return r; }
+inline I16x8 loadLo1s(const int16_t* p) { I16x8 r = zero8s(); r.v[0] = *p; return r; }
+
+}  // namespace zel::simd
+
+// ---- double comparisons, narrowing and lane moves (log-domain arithmetic)
+namespace zel::simd {
+
+inline F64x2 cmple(F64x2 a, F64x2 b) { return detail::map2(a, b, [](double x, double y) { return detail::maskd(x <= y); }); }
+inline F64x2 cmpeq(F64x2 a, F64x2 b) { return detail::map2(a, b, [](double x, double y) { return detail::maskd(x == y); }); }
+inline F32x4 narrowPair(F64x2 lo, F64x2 hi) { return {{float(lo.v[0]), float(lo.v[1]), float(hi.v[0]), float(hi.v[1])}}; }
+inline F32x4 highPairToLow(F32x4 a) { return {{a.v[2], a.v[3], a.v[2], a.v[3]}}; }
+inline F32x4 lane1ToAll(F32x4 a) { return set1(a.v[1]); }
+inline F64x2 highLaneToLow(F64x2 a) { return {{a.v[1], a.v[1]}}; }
+
+}  // namespace zel::simd
+
+// ---- four 16-bit values in 32-bit lanes (DCT lifter, dynamic features)
+namespace zel::simd {
+
+inline I32x4 load4sTo32(const int16_t* p) { return {{p[0], p[1], p[2], p[3]}}; }
+inline void store4sSat(int16_t* p, I32x4 a) {
+    for (int i = 0; i < 4; ++i) p[i] = detail::sat16(a.v[i]);
+}
+
+}  // namespace zel::simd
+
+// ---- one lane of a running sum (filter-bank evaluation)
+namespace zel::simd {
+
+inline F32x4 addLane0(F32x4 a, float x) { a.v[0] = a.v[0] + x; return a; }
+
+}  // namespace zel::simd

@@ -111,3 +111,78 @@ inline I32x4 widenHi(I16x8 a) { return {_mm_cvtepi16_epi32(_mm_unpackhi_epi64(a.
 inline I16x8 packSat(I32x4 lo, I32x4 hi) { return {_mm_packs_epi32(lo.v, hi.v)}; }
 
 }  // namespace zel::simd
+
+// ---- lane rearrangements of single-precision vectors (real FFT)
+namespace zel::simd {
+
+// a0 b0 a1 b1 and a2 b2 a3 b3.
+inline F32x4 interleaveLo(F32x4 a, F32x4 b) { return {_mm_unpacklo_ps(a.v, b.v)}; }
+inline F32x4 interleaveHi(F32x4 a, F32x4 b) { return {_mm_unpackhi_ps(a.v, b.v)}; }
+// Even lanes a0 a2 b0 b2 and odd lanes a1 a3 b1 b3 of the pair (a, b).
+inline F32x4 evenLanes(F32x4 a, F32x4 b) { return {_mm_shuffle_ps(a.v, b.v, _MM_SHUFFLE(2, 0, 2, 0))}; }
+inline F32x4 oddLanes(F32x4 a, F32x4 b) { return {_mm_shuffle_ps(a.v, b.v, _MM_SHUFFLE(3, 1, 3, 1))}; }
+// a3 a2 a1 a0.
+inline F32x4 reverse(F32x4 a) { return {_mm_shuffle_ps(a.v, a.v, _MM_SHUFFLE(0, 1, 2, 3))}; }
+// Rows a, b, c, d of a 4x4 matrix become its columns.
+inline void transpose4(F32x4& a, F32x4& b, F32x4& c, F32x4& d) { _MM_TRANSPOSE4_PS(a.v, b.v, c.v, d.v); }
+
+}  // namespace zel::simd
+
+// ---- 16-bit products and partial loads (Gaussian frame scoring)
+namespace zel::simd {
+
+inline I16x8 zero8s() { return {_mm_setzero_si128()}; }
+// Low and high 16 bits of the signed 32-bit products, lane by lane.
+inline I16x8 mullo(I16x8 a, I16x8 b) { return {_mm_mullo_epi16(a.v, b.v)}; }
+inline I16x8 mulhi(I16x8 a, I16x8 b) { return {_mm_mulhi_epi16(a.v, b.v)}; }
+// Logical right shift of the 16-bit lanes; a count above 15 clears them.
+inline I16x8 srl(I16x8 a, int n) { return {_mm_srl_epi16(a.v, _mm_cvtsi32_si128(n))}; }
+// The first 4, 2 or 1 elements into the low lanes, the others zero. They
+// read no further than those elements, so a row's end can lie on a page end.
+inline I16x8 loadLo4s(const int16_t* p) { return {_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p))}; }
+inline I16x8 loadLo2s(const int16_t* p) {
+    int32_t w;
+    __builtin_memcpy(&w, p, 4);
+    return {_mm_cvtsi32_si128(w)};
+}
+inline I16x8 loadLo1s(const int16_t* p) { return {_mm_cvtsi32_si128(static_cast<uint16_t>(*p))}; }
+
+}  // namespace zel::simd
+
+// ---- double comparisons, narrowing and lane moves (log-domain arithmetic)
+namespace zel::simd {
+
+inline F64x2 cmple(F64x2 a, F64x2 b) { return {_mm_cmple_pd(a.v, b.v)}; }
+inline F64x2 cmpeq(F64x2 a, F64x2 b) { return {_mm_cmpeq_pd(a.v, b.v)}; }
+// lo0 lo1 hi0 hi1, each rounded to single by the current rounding mode.
+inline F32x4 narrowPair(F64x2 lo, F64x2 hi) { return {_mm_movelh_ps(_mm_cvtpd_ps(lo.v), _mm_cvtpd_ps(hi.v))}; }
+// a2 a3 a2 a3: the upper pair moved onto the lower one.
+inline F32x4 highPairToLow(F32x4 a) { return {_mm_movehl_ps(a.v, a.v)}; }
+// a1 in every lane.
+inline F32x4 lane1ToAll(F32x4 a) { return {_mm_shuffle_ps(a.v, a.v, _MM_SHUFFLE(1, 1, 1, 1))}; }
+// a1 a1.
+inline F64x2 highLaneToLow(F64x2 a) { return {_mm_unpackhi_pd(a.v, a.v)}; }
+
+}  // namespace zel::simd
+
+// ---- four 16-bit values in 32-bit lanes (DCT lifter, dynamic features)
+namespace zel::simd {
+
+// Four 16-bit values, sign-extended to 32 bits; reads those 8 bytes only.
+inline I32x4 load4sTo32(const int16_t* p) {
+    return {_mm_cvtepi16_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)))};
+}
+// The four lanes saturated to 16 bits and stored as 8 bytes.
+inline void store4sSat(int16_t* p, I32x4 a) {
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_packs_epi32(a.v, a.v));
+}
+
+}  // namespace zel::simd
+
+// ---- one lane of a running sum (filter-bank evaluation)
+namespace zel::simd {
+
+// x added to lane 0 only; lanes 1 to 3 pass unchanged.
+inline F32x4 addLane0(F32x4 a, float x) { return {_mm_add_ss(a.v, _mm_set_ss(x))}; }
+
+}  // namespace zel::simd
