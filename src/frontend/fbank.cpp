@@ -25,7 +25,9 @@ constexpr ZelStatus requireMode(int mode) {
 }
 
 // The window of a float or 16-bit bank: its FFT length must fit an int.
-constexpr ZelStatus requireWindow(int winSize) { return require(winSize >= 1 && winSize <= kMaxWinSize, zelStsSizeErr); }
+constexpr ZelStatus requireWindow(int winSize) {
+    return require(winSize >= 1 && winSize <= kMaxWinSize, zelStsSizeErr);
+}
 
 // The window of the integer bank.
 constexpr ZelStatus requireWindow32s(int winSize) { return require(winSize >= 32 && winSize <= 8192, zelStsSizeErr); }
@@ -133,6 +135,12 @@ void setTables(S& b, void* left, void* right, int nFilter, int fftLen) {
 // Releases every block that an allocating builder obtained, so far as it got.
 template <class S>
 void releaseBank(S* b) {
+    if (b->ownsMemory == kOneBlock) {
+        b->tag = 0;
+        b->isReady = 0;
+        ownFree(b);
+        return;
+    }
     if (b->pFFTSpec != nullptr) Kind<S>::fftFree(b->pFFTSpec);
     ownFree(b->pWork);
     ownFree(b->ppLeftCoeffs);
@@ -156,7 +164,7 @@ ZelStatus allocBank(const Blocks& z, S** ppBank) {
     S* b = reinterpret_cast<S*>(allocBytes(sizeof(S)));
     if (b == nullptr) return zelStsMemAllocErr;
     memset(static_cast<void*>(b), 0, sizeof(S));
-    b->ownsMemory = 1;
+    b->ownsMemory = kSeparateBlocks;
     *ppBank = b;
     b->pCenters = reinterpret_cast<Zel32s*>(allocBytes(z.centres));
     Zel8u* left = allocBytes(z.left);
@@ -511,7 +519,7 @@ ZelStatus freeBank(S* pFBank) {
     if (ZelStatus s = requireNonNull(pFBank)) return s;
     if (ZelStatus s = requireKind(pFBank)) return s;
     // A bank in caller memory is the caller's to release.
-    if (!pFBank->ownsMemory) return zelStsContextMatchErr;
+    if (pFBank->ownsMemory != kSeparateBlocks && pFBank->ownsMemory != kOneBlock) return zelStsContextMatchErr;
     releaseBank(pFBank);
     return zelStsNoErr;
 }
@@ -544,7 +552,9 @@ int64_t formulaBytes32s(const Blocks32s& z) {
     return e + 96 + 9 * (e + 8) + (9 * (e + 8) + t) + t + 64 + int64_t(kPointerExtra) * (3 + 2 * rowsOf(z.nFilter));
 }
 
-int64_t worstBytes32s(const Blocks32s& z) { return int64_t(sizeof(ZelFBankState_32s)) + z.centres + z.left + z.right + 3 * 31; }
+int64_t worstBytes32s(const Blocks32s& z) {
+    return int64_t(sizeof(ZelFBankState_32s)) + z.centres + z.left + z.right + 3 * 31;
+}
 
 // Every left run must fit its row of fftLen/2 elements.
 bool runsFit32s(const Zel32s* c, int nFilter, int half) {
@@ -584,13 +594,15 @@ ZELSR_API ZelStatus zelsMelFBankGetSize_32s(int winSize, int nFilter, int mode, 
 ZELSR_API ZelStatus zelsMelFBankInit_32f(ZelFBankState_32f* pFBank, int* pFFTOrder, int winSize, Zel32f sampFreq,
                                          Zel32f lowFreq, Zel32f highFreq, int nFilter, Zel32f melMul, Zel32f melDiv,
                                          int mode) {
-    return melInit(pFBank, pFFTOrder, MelArgs{winSize, sampFreq, lowFreq, highFreq, nFilter, melMul, melDiv, mode, 0, 0});
+    return melInit(pFBank, pFFTOrder,
+                   MelArgs{winSize, sampFreq, lowFreq, highFreq, nFilter, melMul, melDiv, mode, 0, 0});
 }
 
 ZELSR_API ZelStatus zelsMelFBankInit_16s(ZelFBankState_16s* pFBank, int* pFFTOrder, int winSize, Zel32f sampFreq,
                                          Zel32f lowFreq, Zel32f highFreq, int nFilter, Zel32f melMul, Zel32f melDiv,
                                          int mode) {
-    return melInit(pFBank, pFFTOrder, MelArgs{winSize, sampFreq, lowFreq, highFreq, nFilter, melMul, melDiv, mode, 0, 0});
+    return melInit(pFBank, pFFTOrder,
+                   MelArgs{winSize, sampFreq, lowFreq, highFreq, nFilter, melMul, melDiv, mode, 0, 0});
 }
 
 ZELSR_API ZelStatus zelsMelFBankInit_32s(ZelFBankState_32s* pFBank, int* pFFTOrder, int winSize, int sampFreq,
@@ -645,7 +657,8 @@ ZELSR_API ZelStatus zelsMelLinFBankInitAlloc_32f(ZelFBankState_32f** ppFBank, in
                                                  Zel32f linFreq, int nLinear, Zel32f melMul, Zel32f melDiv,
                                                  int mode) {
     return melLinInitAlloc(ppFBank, pFFTOrder,
-                           MelArgs{winSize, sampFreq, lowFreq, highFreq, nFilter, melMul, melDiv, mode, linFreq, nLinear});
+                           MelArgs{winSize, sampFreq, lowFreq, highFreq, nFilter, melMul, melDiv, mode, linFreq,
+                                   nLinear});
 }
 
 ZELSR_API ZelStatus zelsMelLinFBankInitAlloc_16s(ZelFBankState_16s** ppFBank, int* pFFTOrder, int winSize,
@@ -653,7 +666,8 @@ ZELSR_API ZelStatus zelsMelLinFBankInitAlloc_16s(ZelFBankState_16s** ppFBank, in
                                                  Zel32f linFreq, int nLinear, Zel32f melMul, Zel32f melDiv,
                                                  int mode) {
     return melLinInitAlloc(ppFBank, pFFTOrder,
-                           MelArgs{winSize, sampFreq, lowFreq, highFreq, nFilter, melMul, melDiv, mode, linFreq, nLinear});
+                           MelArgs{winSize, sampFreq, lowFreq, highFreq, nFilter, melMul, melDiv, mode, linFreq,
+                                   nLinear});
 }
 
 ZELSR_API ZelStatus zelsEmptyFBankInitAlloc_32f(ZelFBankState_32f** ppFBank, int* pFFTOrder, int winSize,

@@ -35,6 +35,13 @@ constexpr int kLeftLead = 3;
 // The FFT length never exceeds 2^30, so that it fits the int fields.
 constexpr int kMaxWinSize = 1 << 30;
 
+// Where a bank's memory came from, and so what its release does.
+enum Ownership : Zel8u {
+    kCallerMemory = 0,    // an Init builder: the caller releases the block; Free refuses it
+    kSeparateBlocks = 1,  // centres, each row table, scratch and plan are zelMalloc blocks of their own
+    kOneBlock = 2,        // the record heads one zelMalloc block that holds everything, plan included
+};
+
 constexpr int64_t roundUp(int64_t v, int64_t a) { return (v + a - 1) / a * a; }
 
 template <class T>
@@ -78,7 +85,11 @@ constexpr FftSize fftSizeOf(int winSize) {
 }
 
 // The record of the float and the 16-bit bank. W is the row element type,
-// Spec the FFT plan of the magnitude path.
+// Spec the FFT plan of the magnitude path. A builder clears the record, sets
+// its pointers and ownership, lays out both row tables with layoutRowTable
+// (left rows fftLen/2 + kLeftLead wide and led by kLeftLead, right rows
+// fftLen/2 wide), fills centres and rows, calls initRecord, sets isReady, and
+// writes the kind word last.
 template <class W, class Spec>
 struct Record {
     Zel32u tag;            // kind word; cleared on release
@@ -93,7 +104,7 @@ struct Record {
     Zel32f melMul;
     Zel32f melDiv;
     Zel8u isReady;         // the centres are valid
-    Zel8u ownsMemory;      // made by an InitAlloc builder: each block released by Free
+    Zel8u ownsMemory;      // an Ownership
     Spec* pFFTSpec;        // forward real FFT plan, magnitude input only
     W* pWork;              // unfolded spectrum, then its magnitudes; magnitude input only
     Zel8u* pFFTWork;       // the transform's own scratch; magnitude input only
@@ -137,7 +148,9 @@ struct Kind<ZelFBankState_32f> {
     static ZelStatus fftInit(Spec** pp, int order, Zel8u* spec, Zel8u* init) {
         return ownFFTInit_R_32f(pp, order, 8, zelAlgHintAccurate, spec, init);
     }
-    static ZelStatus fftInitAlloc(Spec** pp, int order) { return ownFFTInitAlloc_R_32f(pp, order, 8, zelAlgHintAccurate); }
+    static ZelStatus fftInitAlloc(Spec** pp, int order) {
+        return ownFFTInitAlloc_R_32f(pp, order, 8, zelAlgHintAccurate);
+    }
     static ZelStatus fftFree(Spec* p) { return ownFFTFree_R_32f(p); }
     static void setShift(ZelFBankState_32f&) {}
 };

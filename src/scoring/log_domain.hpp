@@ -92,8 +92,9 @@ struct Set64 {
 // pSrcDst[i] = the fold of pSrc[i] and pSrcDst[i]. Groups of four from the
 // start run the vector code; the last len % 4 elements run the single-element
 // code, which differs only at the exact thresholds: the vector code counts d
-// equal to a boundary in the lower regime and d equal to the cut above it,
-// the single-element code the other way round.
+// equal to boundary 1 in regime 1, equal to boundary 2 in regime 2 and equal
+// to the cut above it; the single-element code counts them in regimes 0 and 1
+// and below the cut.
 void ownLogAdd_32f_Accurate(const Zel32f* pSrc, Zel32f* pSrcDst, int len);
 void ownLogAdd_32f_Fast(const Zel32f* pSrc, Zel32f* pSrcDst, int len);
 // Double set, even and odd powers split; pairs from the start, an odd last

@@ -62,9 +62,9 @@ struct Split {
     V m;  // the larger
 };
 
-// d is formed as -|a - b| (the same bits as smaller - larger) so that a NaN
-// operand makes d NaN; where d is NaN, a + b stands for the larger, which is
-// NaN for a NaN operand and the infinity itself for two of one sign.
+// d is formed as -|a - b|, which equals smaller - larger (rounding is
+// symmetric), so that a NaN operand makes d NaN; where d is NaN, a + b stands
+// for the larger: NaN for a NaN operand, the infinity itself for two of one sign.
 template <class V>
 inline Split<V> split(V a, V b) {
     const V diff = sub(a, b);
@@ -209,8 +209,8 @@ static_assert(Set32::kCutf == -15.3195879547406f && Set32::kFloorf == -4500000.0
 
 // One group of four lanes before its polynomial: the lanes that keep their
 // correction, the result of the others, the pack entry of the group and x.
-// d equal to a boundary belongs to the lower regime, d equal to the cut keeps
-// its correction.
+// d equal to boundary 1 is in regime 1, equal to boundary 2 in regime 2, and
+// equal to the cut it keeps its correction.
 struct Group32 {
     F32x4 keep, low, m, x;
     int k;
@@ -253,8 +253,9 @@ inline F32x4 foldGroup32(F32x4 a, F32x4 b) {
     return finish32<Accurate>(prepare32(a, b));
 }
 
-// One element. d equal to a boundary belongs to the higher regime, d equal to
-// the cut loses its correction; otherwise the same arithmetic as a lane.
+// One element. d equal to boundary 1 is in regime 0, equal to boundary 2 in
+// regime 1, and equal to the cut it loses its correction; otherwise the same
+// arithmetic as a lane.
 template <bool Accurate>
 inline float foldOne32(float a, float b) {
     using namespace lanes;
@@ -272,7 +273,8 @@ inline float foldOne32(float a, float b) {
 
 // The groups of a vector, then its last len % 4 elements. The lookup of a
 // group's regimes (compare, mask, table, shift) is a chain of dependent steps;
-// it runs two groups ahead so that it overlaps the polynomials before it.
+// it runs two groups ahead so that it overlaps the polynomials before it. A
+// group reads and writes only its own elements, so pSrc may be pSrcDst.
 template <bool Accurate>
 inline void logAdd32(const float* pSrc, float* pSrcDst, int len) {
     auto prepare = [&](int i) { return prepare32(simd::loadu4f(pSrc + i), simd::loadu4f(pSrcDst + i)); };
@@ -311,8 +313,8 @@ inline float logSum32(const float* p, int len) {
 // ---- Double set ---------------------------------------------------------------
 
 // One pair of lanes, even and odd powers split. The double set has one regime
-// test everywhere: d equal to a boundary in the lower regime, d equal to the
-// cut keeps its correction.
+// test everywhere: d equal to boundary 1 is in regime 1, equal to boundary 2
+// in regime 2, and equal to the cut it keeps its correction.
 inline F64x2 foldPair64(F64x2 a, F64x2 b) {
     using namespace lanes;
     const auto s = split(a, b);

@@ -220,7 +220,7 @@ inline void floatRows(X x, M m, W w, int width, int y0, Sink& sink) {
         acc[r] = L::zero();
     }
     int j = 0;
-    for (; j + L::kCount <= width; j += L::kCount)
+    for (; j <= width - L::kCount; j += L::kCount)
         for (int r = 0; r < R; ++r) {
             const typename L::V d = load<Aligned>(xr[r] + j) - load<Aligned>(mr[r] + j);
             acc[r] = acc[r] - term<kW>(d, kW ? load<Aligned>(wr[r] + j) : d);
@@ -302,7 +302,7 @@ inline void wideRows(X x, M m, W w, int width, int y0, Sink& sink) {
         acc[r] = simd::zero4f();
     }
     int j = 0;
-    for (; j + 8 <= width; j += 8)
+    for (; j <= width - 8; j += 8)
         for (int r = 0; r < R; ++r) {
             const I16x8 d = simd::subSat(load<Aligned>(xr[r] + j), load<Aligned>(mr[r] + j));
             if constexpr (kW) {
@@ -404,7 +404,7 @@ inline void lowRows(X x, M m, W w, int width, int y0, LowShifts sh, Sink& sink) 
         }
     };
     int j = 0;
-    for (; j + 8 <= width; j += 8)
+    for (; j <= width - 8; j += 8)
         for (int r = 0; r < R; ++r)
             group(r, load<Aligned>(xr[r] + j), load<Aligned>(mr[r] + j), load<Aligned>(wr[r] + j));
     if (width - j >= 4) {
@@ -471,7 +471,7 @@ inline void idLowRows(X x, M m, int width, int y0, PairShift sh, Sink& sink) {
         acc[r] = simd::zero4i();
     }
     int j = 0;
-    for (; j + 8 <= width; j += 8)
+    for (; j <= width - 8; j += 8)
         for (int r = 0; r < R; ++r) {
             const I16x8 d = simd::subSat(load<Aligned>(xr[r] + j), load<Aligned>(mr[r] + j));
             acc[r] = simd::sub(acc[r], shifted(simd::madd(d, d), sh));

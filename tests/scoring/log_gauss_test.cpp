@@ -116,9 +116,11 @@ int32_t idLowSum(const int16_t* x, const int16_t* m, int w, int s) {
 enum Kind { F32, F64, S16, S32 };
 
 struct Args {  // one call; x and lastOfOdd pick a row for the reference
-    const void *block = nullptr;
+    const void* block = nullptr;
     int step = 0;
-    const void *table = nullptr, *mean = nullptr, *var = nullptr;
+    const void* table = nullptr;
+    const void* mean = nullptr;
+    const void* var = nullptr;
     int width = 0;
     void* dst = nullptr;
     int height = 0;
@@ -163,14 +165,11 @@ struct Member {
 };
 
 // The D2 and D2L member of one name, with the arguments behind the mean.
-#define MEMBERS(name, sfs, src, dst, idVar, eD2, eD2L, T, ...)                                                      \
-    Member{"zelsLogGauss_" #name "_D2" #sfs, src, dst, true, idVar,                                                 \
-           [](const Args& a) { return zelsLogGauss_##name##_D2##sfs(P<T>(a.block), a.step, P<T>(a.mean), __VA_ARGS__); }, \
-           eD2},                                                                                                    \
-    Member {                                                                                                        \
-        "zelsLogGauss_" #name "_D2L" #sfs, src, dst, false, idVar,                                                  \
-            [](const Args& a) { return zelsLogGauss_##name##_D2L##sfs(table<T>(a), P<T>(a.mean), __VA_ARGS__); }, eD2L \
-    }
+#define MEMBERS(name, sfs, src, dst, idVar, eD2, eD2L, T, ...)                                                 \
+    Member{"zelsLogGauss_" #name "_D2" #sfs, src, dst, true, idVar, [](const Args& a) {                        \
+        return zelsLogGauss_##name##_D2##sfs(P<T>(a.block), a.step, P<T>(a.mean), __VA_ARGS__); }, eD2},      \
+    Member{"zelsLogGauss_" #name "_D2L" #sfs, src, dst, false, idVar, [](const Args& a) {                      \
+        return zelsLogGauss_##name##_D2L##sfs(table<T>(a), P<T>(a.mean), __VA_ARGS__); }, eD2L}
 #define OUT(T, val) a.width, static_cast<T*>(a.dst), a.height, val
 #define VAR(T) P<T>(a.var)
 
