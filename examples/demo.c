@@ -1,11 +1,178 @@
-/* A small program on zelsr: prints the version record. */
+/* The zelsr demo: a feature front end from a WAV file to cepstra with deltas.
+ *
+ *   zelsr_demo [input.wav [picture.png]]
+ *
+ * Reads 16-bit mono speech (the bundled recording by default), cuts it into
+ * 25 ms frames every 10 ms, windows them, runs a 23-filter mel bank on their
+ * FFT magnitudes, takes logarithms, turns them into 12 cepstra and c0 with a
+ * DCT and lifter, and appends deltas and delta-deltas block by block as a
+ * streaming caller would. It prints a summary and draws the log mel
+ * spectrogram above the cepstra into a PNG picture.
+ */
+#include <math.h>
 #include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <time.h>
 
+#include "demo_io.h"
 #include "zelsr.h"
 
-int main(void) {
+#ifndef ZELSR_DEMO_WAV
+#define ZELSR_DEMO_WAV "speech16k.wav"
+#endif
+
+enum { kFilters = 23, kCepstra = 12, kStatic = kCepstra + 1, kRow = 3 * kStatic, kHistory = 6 };
+
+static double now(void) {
+    struct timespec t;
+    clock_gettime(CLOCK_MONOTONIC, &t);
+    return t.tv_sec + 1e-9 * t.tv_nsec;
+}
+
+static int check(ZelStatus s, const char* what) {
+    if (s < 0) fprintf(stderr, "%s failed with status %d\n", what, s);
+    return s < 0;
+}
+
+/* A dark-blue to yellow colour ramp for v in 0..1. */
+static void colour(double v, uint8_t* rgb) {
+    static const double stops[5][3] = {{20, 12, 60}, {60, 40, 140}, {30, 140, 140}, {120, 200, 70}, {250, 230, 40}};
+    double x = (v < 0 ? 0 : v > 1 ? 1 : v) * 4;
+    int i = x >= 4 ? 3 : (int)x, k;
+    double f = x - i;
+    for (k = 0; k < 3; ++k) rgb[k] = (uint8_t)(stops[i][k] + f * (stops[i + 1][k] - stops[i][k]));
+}
+
+/* Paints `rows` values per frame into a band of the picture, lowest row at the bottom,
+   each value `scale` pixels high, normalised to its band's range. */
+static void paintBand(uint8_t* img, int width, int top, const float* data, int stride, int rows, int frames, int scale) {
+    float lo = data[0], hi = data[0];
+    int t, r, y;
+    for (t = 0; t < frames; ++t)
+        for (r = 0; r < rows; ++r) {
+            float v = data[t * stride + r];
+            lo = v < lo ? v : lo;
+            hi = v > hi ? v : hi;
+        }
+    for (t = 0; t < frames; ++t)
+        for (r = 0; r < rows; ++r)
+            for (y = 0; y < scale; ++y)
+                colour((data[t * stride + r] - lo) / (hi - lo + 1e-12f),
+                       img + 3 * ((size_t)(top + (rows - 1 - r) * scale + y) * width + t));
+}
+
+int main(int argc, char** argv) {
+    const char* wavPath = argc > 1 ? argv[1] : ZELSR_DEMO_WAV;
+    const char* pngPath = argc > 2 ? argv[2] : "zelsr_features.png";
     const ZelLibraryVersion* v = zelsrGetLibVersion();
-    printf("%s %s (%d.%d.%d.%d, cpu %s, built %s)\n", v->Name, v->Version, v->major, v->minor,
-           v->majorBuild, v->build, v->targetCpu, v->BuildDate);
-    return 0;
+    int count = 0, rate = 0, order = 0, fftLen, win, hop, frames, t, j, done, block, status = 1;
+    int16_t* pcm;
+    ZelFBankState_32f* bank = NULL;
+    ZelDCTLifterState_32f* lifter = NULL;
+    float *window = NULL, *frame = NULL, *logMel = NULL, *cep = NULL, *feat = NULL;
+    double started, elapsed, sum[kRow] = {0}, sq[kRow] = {0};
+
+    printf("%s %s (%d.%d.%d.%d, built %s)\n", v->Name, v->Version, v->major, v->minor, v->majorBuild, v->build,
+           v->BuildDate);
+    pcm = demoReadWav(wavPath, &count, &rate);
+    if (!pcm) {
+        fprintf(stderr, "cannot read 16-bit PCM WAV file %s\n", wavPath);
+        return 1;
+    }
+    win = rate / 40;  /* 25 ms */
+    hop = rate / 100; /* 10 ms */
+    frames = count < win ? 0 : 1 + (count - win) / hop;
+    printf("%s: %d samples at %d Hz (%.2f s), %d frames\n", wavPath, count, rate, (double)count / rate, frames);
+    if (frames < kHistory) {
+        fprintf(stderr, "need at least %d frames\n", kHistory);
+        free(pcm);
+        return 1;
+    }
+
+    started = now();
+    /* A mel bank that takes time frames and forms their FFT magnitudes itself. */
+    if (check(zelsMelFBankInitAlloc_32f(&bank, &order, win, (float)rate, 64.0f, rate / 2.0f, kFilters, 1127.0f, 700.0f,
+                                        zelFBankMelWeights | zelFBankMagnitudeInput),
+              "mel bank"))
+        goto out;
+    if (check(zelsDCTLifterInitAlloc_C0_32f(&lifter, kFilters, kCepstra, 22, 1.0f, 1.0f), "DCT lifter")) goto out;
+    fftLen = 1 << order;
+    window = (float*)malloc(sizeof(float) * win);
+    frame = (float*)malloc(sizeof(float) * fftLen);
+    logMel = (float*)malloc(sizeof(float) * kFilters * frames);
+    cep = (float*)malloc(sizeof(float) * kStatic * frames);
+    feat = (float*)malloc(sizeof(float) * kRow * frames);
+    if (!window || !frame || !logMel || !cep || !feat) goto out;
+    for (j = 0; j < win; ++j) window[j] = (float)(0.54 - 0.46 * cos(2 * 3.14159265358979323846 * j / (win - 1)));
+
+    for (t = 0; t < frames; ++t) {
+        const int16_t* x = pcm + (size_t)t * hop;
+        float energy[kFilters];
+        /* Pre-emphasis, Hamming window, zero padding to the FFT length. */
+        for (j = 0; j < win; ++j) frame[j] = window[j] * (x[j] - 0.97f * (j ? x[j - 1] : x[0]));
+        memset(frame + win, 0, sizeof(float) * (fftLen - win));
+        if (check(zelsEvalFBank_32f(frame, energy, bank), "filter bank")) goto out;
+        for (j = 0; j < kFilters; ++j) logMel[t * kFilters + j] = logf(energy[j] > 1e-3f ? energy[j] : 1e-3f);
+        if (check(zelsDCTLifter_32f(logMel + t * kFilters, cep + t * kStatic, lifter), "DCT lifter")) goto out;
+    }
+
+    /* Deltas as a streaming caller computes them: blocks of varying size, each call
+       seeing the previous rows of the same output matrix as its history. */
+    for (done = 0, block = 37; done < frames; done += block, block = block == 37 ? 64 : 37) {
+        int first = done == 0, last = done + block >= frames;
+        int mode = (first ? zelBeginStream : 0) | (last ? zelEndStream : 0);
+        if (last) block = frames - done;
+        if (check(zelsDeltaDelta_Win2_32f_D2(cep + (size_t)done * kStatic, kStatic,
+                                             feat + (size_t)(first ? 0 : done - kHistory) * kRow, kRow, block,
+                                             1.0f / 10, 1.0f / 10, mode),
+                  "deltas"))
+            goto out;
+    }
+    elapsed = now() - started;
+
+    for (t = 0; t < frames; ++t)
+        for (j = 0; j < kRow; ++j) {
+            sum[j] += feat[t * kRow + j];
+            sq[j] += (double)feat[t * kRow + j] * feat[t * kRow + j];
+        }
+    printf("features: %d frames x %d (12 cepstra and c0, deltas, delta-deltas)\n", frames, kRow);
+    printf("%-8s %10s %10s %10s %10s %10s %10s\n", "coeff", "mean", "std", "d mean", "d std", "dd mean", "dd std");
+    for (j = 0; j < kStatic; ++j) {
+        int k;
+        char label[8];
+        snprintf(label, sizeof label, j < kCepstra ? "c%d" : "c0", j + 1);
+        printf("%-8s", label);
+        for (k = 0; k < 3; ++k) {
+            int c = k * kStatic + j;
+            double m = sum[c] / frames;
+            printf(" %10.3f %10.3f", m, sqrt(sq[c] / frames - m * m > 0 ? sq[c] / frames - m * m : 0));
+        }
+        printf("\n");
+    }
+    printf("processing time %.2f ms for %.2f s of audio: real-time factor %.5f\n", elapsed * 1e3,
+           (double)count / rate, elapsed / ((double)count / rate));
+
+    {
+        const int scale = 4, gap = 4, height = kFilters * scale + gap + kCepstra * scale;
+        uint8_t* img = (uint8_t*)calloc((size_t)frames * height * 3, 1);
+        if (!img) goto out;
+        paintBand(img, frames, 0, logMel, kFilters, kFilters, frames, scale);
+        memset(img + (size_t)3 * kFilters * scale * frames, 255, (size_t)3 * gap * frames);
+        paintBand(img, frames, kFilters * scale + gap, feat, kRow, kCepstra, frames, scale);
+        if (demoWritePng(pngPath, img, frames, height) == 0)
+            printf("wrote %s: log mel spectrogram (top) and cepstra c1..c12 (bottom) over time\n", pngPath);
+        free(img);
+    }
+    status = 0;
+out:
+    zelsDCTLifterFree_32f(lifter);
+    zelsFBankFree_32f(bank);
+    free(window);
+    free(frame);
+    free(logMel);
+    free(cep);
+    free(feat);
+    free(pcm);
+    return status;
 }
