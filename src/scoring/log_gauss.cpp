@@ -2,10 +2,15 @@
 // one diagonal Gaussian, val - S / 2 with S = sum of (x - mean)^2 * invVar.
 // Each exported function tests its arguments in the family's order (the step
 // first, then the pointers, then the sizes), picks the aligned or unaligned
-// kernel, and finishes each row's sum in the member's own way.
+// kernel, and finishes each row's sum in the member's own way. On a processor
+// with AVX2 the single-precision members and the 16-bit members with
+// single-precision lanes take the kernels of log_gauss_avx2.cpp instead,
+// chosen once per call; the results are the same bits.
 #include "scoring/log_gauss_kernels.hpp"
 
 #include "frame/checks.hpp"
+#include "frame/dispatch.hpp"
+#include "scoring/log_gauss_avx2.hpp"
 #include "zelsr.h"
 
 namespace {
@@ -50,6 +55,29 @@ SameRow<T> same(const T* p) {
     return {p};
 }
 
+// On a processor with AVX2 its kernels score the whole blocks of eight rows,
+// `avx2(rows)`, and the baseline kernels the last height modulo 8 rows,
+// `baseline(first)`, for which their shorter blocks are faster; elsewhere
+// the baseline kernels score all rows, `baseline(0)`. Either gives the same
+// bits for a row.
+template <class Avx2, class Baseline>
+void byIsa(int height, Avx2 avx2, Baseline baseline) {
+    int first = 0;
+    if constexpr (kBuiltWithAvx2)
+        if (height >= 8 && runsAvx2()) {
+            first = height - height % 8;
+            avx2(first);
+        }
+    if (first < height) baseline(first);
+}
+
+// The inverse variance as the AVX2 entry points take it: null for IdVar.
+template <class T>
+const T* weights(SameRow<T> w) {
+    return w.p;
+}
+decltype(nullptr) weights(NoWeights) { return nullptr; }
+
 // ---- Single and double precision ---------------------------------------------------
 
 // (2 * val - S) * 0.5 in single precision, 2 * val formed once. Below width 4
@@ -61,10 +89,16 @@ ZelStatus score32f(X src, const Zel32f* pMean, W w, int width, Zel32f* pDst, int
         columnSums(src, same(pMean), w, width, height, twoVal, [=](int y, Zel32f r) { pDst[y] = r * 0.5f; });
         return zelStsNoErr;
     }
-    byAlignment(src, same(pMean), w, height, [&](auto aligned) {
-        floatSums<decltype(aligned)::value>(src, same(pMean), w, width, height,
-                             [=](int y, auto negS) { put(pDst + y, (negS + twoVal) * 0.5f); });
-    });
+    byIsa(
+        height, [&](auto rows) { avx2::scores32f(src, pMean, weights(w), width, rows, twoVal, pDst); },
+        [&](int first) {
+            const X rest = rowsFrom(src, first);
+            Zel32f* dst = pDst + first;
+            byAlignment(rest, same(pMean), w, height - first, [&](auto aligned) {
+                floatSums<decltype(aligned)::value>(rest, same(pMean), w, width, height - first,
+                                     [=](int y, auto negS) { put(dst + y, (negS + twoVal) * 0.5f); });
+            });
+        });
     return zelStsNoErr;
 }
 
@@ -88,11 +122,34 @@ ZelStatus score64f(X src, const Zel64f* pMean, W w, int width, Zel64f* pDst, int
 
 // ---- 16-bit data -------------------------------------------------------------------
 
-// The single-precision lane sums: T = -S with weights, S without.
-template <class X, class W, class Sink>
-ZelStatus scoreWide(X src, const Zel16s* pMean, W w, int width, int height, Sink sink) {
-    byAlignment(src, same(pMean), w, height,
-                [&](auto aligned) { wideSums<decltype(aligned)::value>(src, same(pMean), w, width, height, sink); });
+// A row's lane sum to its score, as WideFinish describes it; one row or,
+// from the four-row kernels, four.
+template <class V>
+V finish(const WideFinish& f, V sum) {
+    const V scaled = f.divides ? sum / f.factor : sum * f.factor;
+    switch (f.order) {
+    case WideFinish::kScaledPlusVal: return scaled + f.val;
+    case WideFinish::kValPlusScaled: return f.val + scaled;
+    default: return f.val - scaled;
+    }
+}
+
+// The members with single-precision lane sums: T = -S with weights, S
+// without. Rows narrower than a group of eight stay on the baseline kernels.
+template <class X, class W>
+ZelStatus scoreWide(X src, const Zel16s* pMean, W w, int width, int height, const WideFinish& f, void* pDst) {
+    auto baseline = [&](int first) {
+        const X rest = rowsFrom(src, first);
+        byAlignment(rest, same(pMean), w, height - first, [&](auto aligned) {
+            wideSums<decltype(aligned)::value>(rest, same(pMean), w, width, height - first, [&](int y, auto sum) {
+                const auto r = finish(f, sum);
+                if (f.toInt32) put(static_cast<Zel32s*>(pDst) + first + y, truncOrMin32(r));
+                else put(static_cast<Zel32f*>(pDst) + first + y, r);
+            });
+        });
+    };
+    if (width < 8) baseline(0);
+    else byIsa(height, [&](auto rows) { avx2::wideScores(src, pMean, weights(w), width, rows, f, pDst); }, baseline);
     return zelStsNoErr;
 }
 
@@ -111,13 +168,8 @@ ZelStatus scoreLow(X src, const Zel16s* pMean, const Zel16s* pVar, int width, in
 template <class X, class W>
 ZelStatus score16s32s(X src, const Zel16s* pMean, W w, int width, Zel32s* pDst, int height, Zel32s val, int scaleFactor) {
     const GaussScale rule(scaleFactor);
-    const Zel32f fval = static_cast<Zel32f>(val);
-    if constexpr (kWeighted<W>)
-        return scoreWide(src, pMean, w, width, height,
-                         [=](int y, auto t) { put(pDst + y, truncOrMin32(rule.apply(t) + fval)); });
-    else
-        return scoreWide(src, pMean, w, width, height,
-                         [=](int y, auto s) { put(pDst + y, truncOrMin32(fval - rule.apply(s))); });
+    const WideFinish::Order order = kWeighted<W> ? WideFinish::kScaledPlusVal : WideFinish::kValMinusScaled;
+    return scoreWide(src, pMean, w, width, height, {order, rule.p, rule.divides, static_cast<Zel32f>(val), true}, pDst);
 }
 
 template <class X>
@@ -142,11 +194,8 @@ ZelStatus scoreIdVarLow16s32s(X src, const Zel16s* pMean, int width, Zel32s* pDs
 // or val - S * c.
 template <class X, class W>
 ZelStatus scoreScaled(X src, const Zel16s* pMean, W w, int width, Zel32f* pDst, int height, Zel32f val, int scaleFactor) {
-    const Zel32f c = scaledFactor(scaleFactor);
-    if constexpr (kWeighted<W>)
-        return scoreWide(src, pMean, w, width, height, [=](int y, auto t) { put(pDst + y, t * c + val); });
-    else
-        return scoreWide(src, pMean, w, width, height, [=](int y, auto s) { put(pDst + y, val - s * c); });
+    const WideFinish::Order order = kWeighted<W> ? WideFinish::kScaledPlusVal : WideFinish::kValMinusScaled;
+    return scoreWide(src, pMean, w, width, height, {order, scaledFactor(scaleFactor), false, val, false}, pDst);
 }
 
 // LowScaled: below 0 val + T by the scale rule; from 0 on the integer sum as
@@ -157,7 +206,7 @@ ZelStatus scoreLowScaled(X src, const Zel16s* pMean, const Zel16s* pVar, int wid
     if (scaleFactor < 0) {
         const GaussScale rule(scaleFactor);
         return scoreWide(src, pMean, same(pVar), width, height,
-                         [=](int y, auto t) { put(pDst + y, val + rule.apply(t)); });
+                         {WideFinish::kValPlusScaled, rule.p, rule.divides, val, false}, pDst);
     }
     return scoreLow(src, pMean, pVar, width, height, scaleFactor,
                     [=](int y, Zel32s sum) { pDst[y] = static_cast<Zel32f>(sum) + val; });
@@ -170,7 +219,7 @@ ZelStatus scoreIdVarLowScaled(X src, const Zel16s* pMean, int width, Zel32f* pDs
                               int scaleFactor) {
     const GaussScale rule(scaleFactor);
     return scoreWide(src, pMean, NoWeights{}, width, height,
-                     [=](int y, auto s) { put(pDst + y, val - rule.apply(s)); });
+                     {WideFinish::kValMinusScaled, rule.p, rule.divides, val, false}, pDst);
 }
 
 // ---- Argument tests, in the family's order ---------------------------------------------

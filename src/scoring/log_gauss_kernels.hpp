@@ -26,6 +26,7 @@
 #include <type_traits>
 
 #include "frame/fixed.hpp"
+#include "scoring/log_gauss_rows.hpp"
 #include "simd/simd.hpp"
 
 namespace zel::gauss {
@@ -34,41 +35,6 @@ using simd::F32x4;
 using simd::F64x2;
 using simd::I16x8;
 using simd::I32x4;
-
-// ---- Row accessors -----------------------------------------------------------
-
-// Rows of a D2 block: element x of row y is base[y * step + x].
-template <class T>
-struct BlockRows {
-    using Elem = T;
-    const T* base;
-    int step;
-    const T* operator()(int y) const { return base + static_cast<ptrdiff_t>(y) * step; }
-};
-
-// Rows of a D2L table of row pointers.
-template <class T>
-struct TableRows {
-    using Elem = T;
-    const T* const* rows;
-    const T* operator()(int y) const { return rows[y]; }
-};
-
-// One vector that serves every row: the mean or the inverse variance of a
-// single Gaussian.
-template <class T>
-struct SameRow {
-    using Elem = T;
-    const T* p;
-    const T* operator()(int) const { return p; }
-};
-
-// The identity variance of the IdVar members: there are no weights to read.
-struct NoWeights {
-    const void* operator()(int) const { return nullptr; }
-};
-template <class W>
-inline constexpr bool kWeighted = !std::is_same_v<W, NoWeights>;
 
 // ---- Loads and the scalar twins of the lane operations -------------------------
 

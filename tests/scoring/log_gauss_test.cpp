@@ -1,7 +1,8 @@
 // Gaussian frame scoring. Every member against a plain row-by-row reference,
 // bit for bit, over the widths and heights where the kernels change path,
-// aligned and not, in both layouts; then the saturation, scale and rounding
-// rules on hand-made rows, and the order of the argument checks.
+// aligned and not, in both layouts, on each instruction set that the build
+// and the processor offer; then the saturation, scale and rounding rules on
+// hand-made rows, and the order of the argument checks.
 #include <float.h>
 #include <stdint.h>
 
@@ -12,6 +13,7 @@
 #include <utility>
 
 #include "common.hpp"
+#include "frame/dispatch.hpp"
 
 namespace {
 
@@ -262,10 +264,27 @@ void check(const Member& mb, Frames<T>& f, Args a, int& failures) {
     }
 }
 
-TEST(LogGauss, EveryMemberMatchesTheReferenceBitForBit) {
+// Runs a test with the exported functions held to one instruction set.
+class LogGaussOn : public testing::TestWithParam<zel::Isa> {
+protected:
+    void SetUp() override {
+        if (GetParam() > zel::bestIsa()) GTEST_SKIP() << "not offered by this build and processor";
+        previous_ = zel::setMaxIsaForTesting(GetParam());
+    }
+    void TearDown() override { zel::setMaxIsaForTesting(previous_); }
+
+private:
+    zel::Isa previous_ = zel::Isa::kAvx2;
+};
+INSTANTIATE_TEST_SUITE_P(Isa, LogGaussOn, testing::Values(zel::Isa::kBaseline, zel::Isa::kAvx2),
+                         [](const auto& info) { return info.param == zel::Isa::kAvx2 ? "Avx2" : "Baseline"; });
+
+// The AVX2 kernels take whole blocks of eight rows and leave the rest of the
+// rows to the baseline kernels; heights of 8 and more split a call.
+TEST_P(LogGaussOn, EveryMemberMatchesTheReferenceBitForBit) {
     int failures = 0;
     for (bool aligned : {true, false})
-        for (int h = 1; h <= 9; ++h)
+        for (int h : {1, 2, 3, 4, 5, 6, 7, 8, 9, 16, 17})
             for (int w = 1; w <= 41; ++w) {
                 Frames<float> f32(w, h, aligned, NAN, [](int var) { return var ? zt::uniform(0.05f, 3) : zt::uniform(-4, 4); });
                 Frames<double> f64(w, h, aligned, NAN, [](int var) { return var ? zt::uniformd(0.05, 3) : zt::uniformd(-4, 4); });
