@@ -431,6 +431,106 @@ ZELSR_API ZelStatus zelsLogGaussAddMultiMix_LowScaled_16s32f_D2L(const Zel16s** 
 /* @@accumulating@@ */
 
 /* ======================================================================== */
+/* Mixture evaluation                                                        */
+/* ======================================================================== */
+/* *pResult = log of the sum over y of exp(pVal[y] - S[y] / 2): one frame pSrc
+ * of width elements against a mixture of height diagonal Gaussians, one row
+ * of pMean and of pVar (inverse variances) per Gaussian, and pVal[y] the
+ * constant term of Gaussian y with its weight. Note that height stands
+ * before step and width. The Gaussians go in blocks of 100, each folded by
+ * the fast single-precision log-sum (the double one in 64f members) with the
+ * running value in front of a later block, so the block size is part of the
+ * result. IdVar_32f_D2 alone folds its scores one by one from the first,
+ * with the double coefficients of the single set; its D2L twin does not.
+ * Checks: null pointers, then width above step (D2: zelStsStrideErr), then
+ * width or height below 1. Nothing is written on an error. */
+ZELSR_API ZelStatus zelsLogGaussMixture_32f_D2(const Zel32f* pSrc, const Zel32f* pMean, const Zel32f* pVar,
+                                               int height, int step, int width, const Zel32f* pVal,
+                                               Zel32f* pResult);
+ZELSR_API ZelStatus zelsLogGaussMixture_32f_D2L(const Zel32f* pSrc, const Zel32f** mMean, const Zel32f** mVar,
+                                                int height, int width, const Zel32f* pVal, Zel32f* pResult);
+ZELSR_API ZelStatus zelsLogGaussMixture_64f_D2(const Zel64f* pSrc, const Zel64f* pMean, const Zel64f* pVar,
+                                               int height, int step, int width, const Zel64f* pVal,
+                                               Zel64f* pResult);
+ZELSR_API ZelStatus zelsLogGaussMixture_64f_D2L(const Zel64f* pSrc, const Zel64f** mMean, const Zel64f** mVar,
+                                                int height, int width, const Zel64f* pVal, Zel64f* pResult);
+ZELSR_API ZelStatus zelsLogGaussMixture_Scaled_16s32f_D2(const Zel16s* pSrc, const Zel16s* pMean,
+                                                         const Zel16s* pVar, int height, int step, int width,
+                                                         const Zel32f* pVal, Zel32f* pResult, int scaleFactor);
+ZELSR_API ZelStatus zelsLogGaussMixture_Scaled_16s32f_D2L(const Zel16s* pSrc, const Zel16s** mMean,
+                                                          const Zel16s** mVar, int height, int width,
+                                                          const Zel32f* pVal, Zel32f* pResult, int scaleFactor);
+ZELSR_API ZelStatus zelsLogGaussMixture_LowScaled_16s32f_D2(const Zel16s* pSrc, const Zel16s* pMean,
+                                                            const Zel16s* pVar, int height, int step, int width,
+                                                            const Zel32f* pVal, Zel32f* pResult, int scaleFactor);
+ZELSR_API ZelStatus zelsLogGaussMixture_LowScaled_16s32f_D2L(const Zel16s* pSrc, const Zel16s** mMean,
+                                                             const Zel16s** mVar, int height, int width,
+                                                             const Zel32f* pVal, Zel32f* pResult, int scaleFactor);
+ZELSR_API ZelStatus zelsLogGaussMixture_IdVar_32f_D2(const Zel32f* pSrc, const Zel32f* pMean, int height, int step,
+                                                     int width, const Zel32f* pVal, Zel32f* pResult);
+ZELSR_API ZelStatus zelsLogGaussMixture_IdVar_32f_D2L(const Zel32f* pSrc, const Zel32f** mMean, int height,
+                                                      int width, const Zel32f* pVal, Zel32f* pResult);
+ZELSR_API ZelStatus zelsLogGaussMixture_IdVar_64f_D2(const Zel64f* pSrc, const Zel64f* pMean, int height, int step,
+                                                     int width, const Zel64f* pVal, Zel64f* pResult);
+ZELSR_API ZelStatus zelsLogGaussMixture_IdVar_64f_D2L(const Zel64f* pSrc, const Zel64f** mMean, int height,
+                                                      int width, const Zel64f* pVal, Zel64f* pResult);
+ZELSR_API ZelStatus zelsLogGaussMixture_IdVarScaled_16s32f_D2(const Zel16s* pSrc, const Zel16s* pMean, int height,
+                                                              int step, int width, const Zel32f* pVal,
+                                                              Zel32f* pResult, int scaleFactor);
+ZELSR_API ZelStatus zelsLogGaussMixture_IdVarScaled_16s32f_D2L(const Zel16s* pSrc, const Zel16s** mMean, int height,
+                                                               int width, const Zel32f* pVal, Zel32f* pResult,
+                                                               int scaleFactor);
+ZELSR_API ZelStatus zelsLogGaussMixture_IdVarLowScaled_16s32f_D2(const Zel16s* pSrc, const Zel16s* pMean,
+                                                                 int height, int step, int width,
+                                                                 const Zel32f* pVal, Zel32f* pResult,
+                                                                 int scaleFactor);
+ZELSR_API ZelStatus zelsLogGaussMixture_IdVarLowScaled_16s32f_D2L(const Zel16s* pSrc, const Zel16s** mMean,
+                                                                  int height, int width, const Zel32f* pVal,
+                                                                  Zel32f* pResult, int scaleFactor);
+/* Select members: pDst[f] = the log-sum above for frame f (row f of pSrc, of
+ * the same step as pMean) over the Gaussians g whose bit g is set in row f
+ * of pSelect: (nGauss + 7) / 8 bytes a row, bit g in byte g / 8 under the
+ * mask 0x80 >> g % 8; frames that select nothing get noneValue. The scores
+ * are those of zelsLogGaussSingle of the same suffixes. Select_32f_D2 and
+ * SelectScaled_16s32f_D2 with nGauss above 8 and height of 2 or more fold
+ * with the fast log-add; all other calls fold with the accurate one, so the
+ * sizes decide the last bits of a result. Checks: null pointers, then
+ * width, nGauss or height below 1, then step below width (D2) or a null row
+ * pointer in any table (D2L); a scratch that cannot be allocated gives
+ * zelStsMemAllocErr. Nothing is written on an error. */
+ZELSR_API ZelStatus zelsLogGaussMixture_Select_32f_D2(const Zel32f* pSrc, const Zel32f* pMean, const Zel32f* pVar,
+                                                      int step, int width, const Zel32f* pVal, const Zel8u* pSelect,
+                                                      int nGauss, Zel32f* pDst, int height, Zel32f noneValue);
+ZELSR_API ZelStatus zelsLogGaussMixture_Select_32f_D2L(const Zel32f** mSrc, const Zel32f** mMean,
+                                                       const Zel32f** mVar, int width, const Zel32f* pVal,
+                                                       const Zel8u* pSelect, int nGauss, Zel32f* pDst, int height,
+                                                       Zel32f noneValue);
+ZELSR_API ZelStatus zelsLogGaussMixture_SelectScaled_16s32f_D2(const Zel16s* pSrc, const Zel16s* pMean,
+                                                               const Zel16s* pVar, int step, int width,
+                                                               const Zel32f* pVal, const Zel8u* pSelect, int nGauss,
+                                                               Zel32f* pDst, int height, Zel32f noneValue,
+                                                               int scaleFactor);
+ZELSR_API ZelStatus zelsLogGaussMixture_SelectScaled_16s32f_D2L(const Zel16s** mSrc, const Zel16s** mMean,
+                                                                const Zel16s** mVar, int width, const Zel32f* pVal,
+                                                                const Zel8u* pSelect, int nGauss, Zel32f* pDst,
+                                                                int height, Zel32f noneValue, int scaleFactor);
+ZELSR_API ZelStatus zelsLogGaussMixture_SelectIdVar_32f_D2(const Zel32f* pSrc, const Zel32f* pMean, int step,
+                                                           int width, const Zel32f* pVal, const Zel8u* pSelect,
+                                                           int nGauss, Zel32f* pDst, int height, Zel32f noneValue);
+ZELSR_API ZelStatus zelsLogGaussMixture_SelectIdVar_32f_D2L(const Zel32f** mSrc, const Zel32f** mMean, int width,
+                                                            const Zel32f* pVal, const Zel8u* pSelect, int nGauss,
+                                                            Zel32f* pDst, int height, Zel32f noneValue);
+ZELSR_API ZelStatus zelsLogGaussMixture_SelectIdVarScaled_16s32f_D2(const Zel16s* pSrc, const Zel16s* pMean,
+                                                                    int step, int width, const Zel32f* pVal,
+                                                                    const Zel8u* pSelect, int nGauss, Zel32f* pDst,
+                                                                    int height, Zel32f noneValue, int scaleFactor);
+ZELSR_API ZelStatus zelsLogGaussMixture_SelectIdVarScaled_16s32f_D2L(const Zel16s** mSrc, const Zel16s** mMean,
+                                                                     int width, const Zel32f* pVal,
+                                                                     const Zel8u* pSelect, int nGauss, Zel32f* pDst,
+                                                                     int height, Zel32f noneValue, int scaleFactor);
+/* @@mixture@@ */
+
+/* ======================================================================== */
 /* Single-vector scoring and block-diagonal matrices                         */
 /* ======================================================================== */
 /* ---- Block-diagonal matrices --------------------------------------------
@@ -438,10 +538,11 @@ ZELSR_API ZelStatus zelsLogGaussAddMultiMix_LowScaled_16s32f_D2L(const Zel16s** 
  * pointer per row over all blocks, block by block, and a block of size n
  * gives n rows of n elements. The total dimension (the sum of the sizes) is
  * the length that a BlockDVar scoring call must pass; it may not exceed 32767.
- * Checks: null pointers (a null row included), then nBlocks or a size below 1,
- * or a total above 32767 (zelStsSizeErr); zelStsMemAllocErr. Free takes a
- * matrix of any of the three types; memory that holds none gives
- * zelStsContextMatchErr, and a freed matrix may not be used again. */
+ * Checks: null pointers, then nBlocks or a size below 1 or a total above
+ * 32767 (zelStsSizeErr), then a null row (zelStsNullPtrErr), then the
+ * allocation (zelStsMemAllocErr). Free takes a matrix of any of the three
+ * types; memory that holds none gives zelStsContextMatchErr, and a freed
+ * matrix may not be used again. */
 ZELSR_API ZelStatus zelsBlockDMatrixInitAlloc_16s(ZelBlockDMatrix_16s** ppMatrix, const Zel16s** mSrc,
                                                   const int* pBlockSizes, int nBlocks);
 ZELSR_API ZelStatus zelsBlockDMatrixInitAlloc_32f(ZelBlockDMatrix_32f** ppMatrix, const Zel32f** mSrc,

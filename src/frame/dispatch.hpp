@@ -2,8 +2,9 @@
 // on x86-64, plain lanes in the portable build), which run everywhere the
 // library runs. A family may add kernels for AVX2 in a file of its own,
 // compiled for AVX2 only (`<family>_avx2.cpp`); its exported functions then
-// ask `runsAvx2()` once per call, before any row is touched, and take one
-// path or the other for the whole call. Inner loops never ask.
+// ask `runsAvx2()` once per call, before any row is touched, and hand those
+// kernels the part of the call they are made for (in frame scoring, the
+// whole blocks of eight rows). Inner loops never ask.
 //
 // The answer is the processor's, read through ownGetFeature on first use and
 // kept in an atomic, so threads that ask at once at worst compute it twice,

@@ -31,7 +31,7 @@ Layout layout(const int* pBlockSizes, int nBlocks, int totalSize) {
     Layout l;
     l.sizes = round16(sizeof(Record<T>));
     l.rowPointers = round16(l.sizes + uint64_t(nBlocks) * sizeof(Zel32s));
-    l.rows = round16(l.rowPointers + uint64_t(totalSize) * 4);
+    l.rows = round16(l.rowPointers + uint64_t(totalSize) * sizeof(T*));
     l.bytes = l.rows;
     for (int b = 0; b < nBlocks; ++b) l.bytes += uint64_t(pBlockSizes[b]) * rowPitch<T>(pBlockSizes[b]);
     return l;

@@ -4,8 +4,9 @@
 // first, then the pointers, then the sizes), picks the aligned or unaligned
 // kernel, and finishes each row's sum in the member's own way. On a processor
 // with AVX2 the single-precision members and the 16-bit members with
-// single-precision lanes take the kernels of log_gauss_avx2.cpp instead,
-// chosen once per call; the results are the same bits.
+// single-precision lanes hand the whole blocks of eight rows of a call to the
+// kernels of log_gauss_avx2.cpp, chosen once per call; the results are the
+// same bits.
 #include "scoring/log_gauss_kernels.hpp"
 
 #include "frame/checks.hpp"
@@ -125,7 +126,7 @@ ZelStatus score64f(X src, const Zel64f* pMean, W w, int width, Zel64f* pDst, int
 // A row's lane sum to its score, as WideFinish describes it; one row or,
 // from the four-row kernels, four.
 template <class V>
-V finish(const WideFinish& f, V sum) {
+V finishSum(const WideFinish& f, V sum) {
     const V scaled = f.divides ? sum / f.factor : sum * f.factor;
     switch (f.order) {
     case WideFinish::kScaledPlusVal: return scaled + f.val;
@@ -142,7 +143,7 @@ ZelStatus scoreWide(X src, const Zel16s* pMean, W w, int width, int height, cons
         const X rest = rowsFrom(src, first);
         byAlignment(rest, same(pMean), w, height - first, [&](auto aligned) {
             wideSums<decltype(aligned)::value>(rest, same(pMean), w, width, height - first, [&](int y, auto sum) {
-                const auto r = finish(f, sum);
+                const auto r = finishSum(f, sum);
                 if (f.toInt32) put(static_cast<Zel32s*>(pDst) + first + y, truncOrMin32(r));
                 else put(static_cast<Zel32f*>(pDst) + first + y, r);
             });

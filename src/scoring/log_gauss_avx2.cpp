@@ -23,7 +23,7 @@ void run32f(X src, const float* pMean, W w, int width, int rows, float twoVal, f
 }
 
 // A row's lane sum to its score, as WideFinish describes it.
-F32x8 finish(const WideFinish& f, F32x8 sum) {
+F32x8 finishSum(const WideFinish& f, F32x8 sum) {
     const F32x8 scaled = f.divides ? sum / f.factor : sum * f.factor;
     switch (f.order) {
     case WideFinish::kScaledPlusVal: return scaled + f.val;
@@ -35,7 +35,7 @@ F32x8 finish(const WideFinish& f, F32x8 sum) {
 template <class X, class W>
 void runWide(X src, const int16_t* pMean, W w, int width, int rows, const WideFinish& f, void* pDst) {
     wideSums(src, SameRow<int16_t>{pMean}, w, width, rows, [&f, pDst](int y0, F32x8 sum) {
-        const F32x8 r = finish(f, sum);
+        const F32x8 r = finishSum(f, sum);
         if (f.toInt32) simd::avx2::storeu(static_cast<int32_t*>(pDst) + y0, simd::avx2::cvtTrunc(r));
         else simd::avx2::storeu(static_cast<float*>(pDst) + y0, r);
     });

@@ -112,10 +112,12 @@ inline void floatSums(X x, M m, W w, int width, int height, Sink sink) {
             columns4(xb, base, xc);
             columns4(mb, base, mc);
             if constexpr (kW) columns4(wb, base, wc);
-            for (int k = j - base; k < 4; ++k) {
-                const F32x8 d = xc[k] - mc[k];
-                s = s - term<kW>(d, kW ? wc[k] : d);
-            }
+            // A loop of fixed length keeps the columns in registers.
+            for (int k = 0; k < 4; ++k)
+                if (base + k >= j) {
+                    const F32x8 d = xc[k] - mc[k];
+                    s = s - term<kW>(d, kW ? wc[k] : d);
+                }
         }
         sink(y0, s);
     }
@@ -178,11 +180,12 @@ inline void wideSums(X x, M m, W w, int width, int height, Sink sink) {
             columns8(xb, base, xc);
             columns8(mb, base, mc);
             if constexpr (kW) columns8(wb, base, wc);
-            for (int k = j - base; k < 8; ++k) {
-                const F32x8 d = xc[k] - mc[k];
-                if constexpr (kW) acc[0] = acc[0] - term<true>(d, wc[k]);
-                else acc[0] = acc[0] + term<false>(d, d);
-            }
+            for (int k = 0; k < 8; ++k)
+                if (base + k >= j) {
+                    const F32x8 d = xc[k] - mc[k];
+                    if constexpr (kW) acc[0] = acc[0] - term<true>(d, wc[k]);
+                    else acc[0] = acc[0] + term<false>(d, d);
+                }
         }
         sink(y0, foldLanes(acc[0], acc[1], acc[2], acc[3]));
     }
