@@ -4,11 +4,11 @@
 // over the straightforward loop measured just before it ("x_plain").
 #include <benchmark/benchmark.h>
 #include <math.h>
-#include <time.h>
 
 #include <random>
 #include <vector>
 
+#include "baseline.hpp"
 #include "zelsr.h"
 
 namespace {
@@ -50,39 +50,16 @@ void plainLifter(const float* x, float* y, const float* cosines, const float* li
     y[kLenCep] = lifter[0] * s;
 }
 
-double cpuSeconds() {
-    timespec t;
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-    return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
-}
-
-double plainRate = 0;
-
-template <class F>
-void measure(benchmark::State& state, bool plain, F run) {
-    const double t0 = cpuSeconds();
-    for (auto _ : state) {
-        run();
-        benchmark::ClobberMemory();
-    }
-    const double fps = double(state.iterations()) * kFrames / (cpuSeconds() - t0);
-    state.counters["frames/s"] = benchmark::Counter(double(state.iterations()) * kFrames, benchmark::Counter::kIsRate);
-    if (plain)
-        plainRate = fps;
-    else if (plainRate > 0)
-        state.counters["x_plain"] = fps / plainRate;
-}
-
 void BM_Plain_DCTLifter_23to13(benchmark::State& st) {
     Data& d = data();
-    measure(st, true, [&] {
+    zb::measure(st, "dct_lifter", true, "frames/s", kFrames, [&] {
         for (int f = 0; f < kFrames; ++f)
             plainLifter(&d.x[f * kLenDCT], &d.y[f * (kLenCep + 1)], d.cosines.data(), d.lifter.data());
     });
 }
 void BM_zelsDCTLifter_32f_23to13(benchmark::State& st) {
     Data& d = data();
-    measure(st, false, [&] {
+    zb::measure(st, "dct_lifter", false, "frames/s", kFrames, [&] {
         for (int f = 0; f < kFrames; ++f) zelsDCTLifter_32f(&d.x[f * kLenDCT], &d.y[f * (kLenCep + 1)], d.state);
     });
 }

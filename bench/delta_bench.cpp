@@ -4,12 +4,12 @@
 // and for the library its speed over the plain loops measured just before
 // it ("x_plain").
 #include <benchmark/benchmark.h>
-#include <time.h>
 
 #include <algorithm>
 #include <random>
 #include <vector>
 
+#include "baseline.hpp"
 #include "zelsr.h"
 
 namespace {
@@ -47,36 +47,13 @@ void plainDeltaDelta(const float* x, float* dst) {
     }
 }
 
-double cpuSeconds() {
-    timespec t;
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-    return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
-}
-
-double plainRate = 0;
-
-template <class F>
-void measure(benchmark::State& state, bool plain, F run) {
-    const double t0 = cpuSeconds();
-    for (auto _ : state) {
-        run();
-        benchmark::ClobberMemory();
-    }
-    const double fps = double(state.iterations()) * kFrames / (cpuSeconds() - t0);
-    state.counters["frames/s"] = benchmark::Counter(double(state.iterations()) * kFrames, benchmark::Counter::kIsRate);
-    if (plain)
-        plainRate = fps;
-    else if (plainRate > 0)
-        state.counters["x_plain"] = fps / plainRate;
-}
-
 void BM_Plain_DeltaDelta_Win2_13x1000(benchmark::State& st) {
     Data& d = data();
-    measure(st, true, [&] { plainDeltaDelta(d.x.data(), d.dst.data()); });
+    zb::measure(st, "delta", true, "frames/s", kFrames, [&] { plainDeltaDelta(d.x.data(), d.dst.data()); });
 }
 void BM_zelsDeltaDelta_Win2_32f_D2_13x1000(benchmark::State& st) {
     Data& d = data();
-    measure(st, false, [&] {
+    zb::measure(st, "delta", false, "frames/s", kFrames, [&] {
         zelsDeltaDelta_Win2_32f_D2(d.x.data(), kWidth, d.dst.data(), kStep, kFrames, kScale, kScale2,
                                    zelBeginStream | zelEndStream);
     });

@@ -13,13 +13,12 @@
 #include <benchmark/benchmark.h>
 #include <stdint.h>
 #include <string.h>
-#include <time.h>
 
 #include <cmath>
-#include <map>
 #include <random>
 #include <string>
 
+#include "baseline.hpp"
 #include "simd/simd.hpp"
 #include "zelcore.h"
 #include "zelsr.h"
@@ -88,38 +87,21 @@ void plainMaxMultiMix(const float* mean, const float* var, const float* src, con
 
 // ---- Timing and the ratios ------------------------------------------------------------
 
-// Rates measured earlier in the run, by name: calls per second of a plain
-// loop, and the streaming read's bytes per second.
-std::map<std::string, double>& rates() {
-    static std::map<std::string, double> r;
-    return r;
-}
-double rate(const std::string& key) {
-    const auto it = rates().find(key);
-    return it == rates().end() ? NAN : it->second;
-}
-
-// The thread's processor time, so that other work on the machine doesn't
-// enter the ratios.
-double cpuSeconds() {
-    timespec t;
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-    return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
-}
-
 // Runs `f` over the benchmark's iterations, each of `rows` rows over `bytes`
 // bytes, and returns calls per second.
 template <class F>
 double run(benchmark::State& state, int rows, double bytes, F f) {
-    const double t0 = cpuSeconds();
-    for (auto _ : state) {
-        f();
-        benchmark::ClobberMemory();
-    }
+    const double calls = zb::callsPerSecond(state, f);
     const double n = double(state.iterations());
     if (rows) state.counters["rows/s"] = benchmark::Counter(n * rows, benchmark::Counter::kIsRate);
     if (bytes) state.SetBytesProcessed(int64_t(n * bytes));
-    return n / (cpuSeconds() - t0);
+    return calls;
+}
+
+// The streaming read's bytes per second, for the members that read matrices.
+double& readRate() {
+    static double r = NAN;
+    return r;
 }
 
 // ---- The machine's bandwidth ---------------------------------------------------------------
@@ -132,7 +114,7 @@ void BM_StreamingRead(benchmark::State& st) {
         return q;
     }();
     using namespace zel::simd;
-    rates()["read"] = kStreamBytes * run(st, 0, kStreamBytes, [&] {
+    readRate() = kStreamBytes * run(st, 0, kStreamBytes, [&] {
         F32x4 a = zero4f(), b = a, c = a, d = a;
         for (size_t i = 0; i < kStreamBytes / 4; i += 16) {
             a = add(a, load4f(p + i)), b = add(b, load4f(p + i + 4));
@@ -153,13 +135,14 @@ void BM_Memcpy(benchmark::State& st) {
 
 void BM_Plain_Add_32f(benchmark::State& st) {
     Data& d = data();
-    rates()["add"] = run(st, kRows, 0, [&] { plainAdd(d.x, d.mean, d.ivar, d.dst, kRows, -20.0f); });
+    const double calls = run(st, kRows, 0, [&] { plainAdd(d.x, d.mean, d.ivar, d.dst, kRows, -20.0f); });
+    zb::baselineRatio(st, "accum/add", true, calls);
 }
 void BM_zelsLogGaussAdd_32f_D2(benchmark::State& st) {
     Data& d = data();
     const double calls =
         run(st, kRows, 0, [&] { zelsLogGaussAdd_32f_D2(d.x, kStep, d.mean, d.ivar, kWidth, d.dst, kRows, -20.0f); });
-    st.counters["x_plain"] = calls / rate("add");
+    zb::baselineRatio(st, "accum/add", false, calls);
 }
 
 // The multi-mixture matrices' bytes per call.
@@ -168,26 +151,29 @@ constexpr double matrixBytes(int rows) { return 2.0 * rows * kStep * sizeof(floa
 void BM_Plain_MultiMix_32f(benchmark::State& st) {
     Data& d = data();
     const int h = int(st.range(0));
-    rates()["mix" + std::to_string(h)] = run(st, h, matrixBytes(h), [&] { plainMultiMix(d.x, d.var, d.mean, d.dst, h); });
+    const double calls = run(st, h, matrixBytes(h), [&] { plainMultiMix(d.x, d.var, d.mean, d.dst, h); });
+    zb::baselineRatio(st, "accum/mix" + std::to_string(h), true, calls);
 }
 void BM_zelsLogGaussMultiMix_32f_D2(benchmark::State& st) {
     Data& d = data();
     const int h = int(st.range(0));
     const double calls =
         run(st, h, matrixBytes(h), [&] { zelsLogGaussMultiMix_32f_D2(d.x, d.var, kStep, d.mean, kWidth, d.dst, h); });
-    st.counters["x_plain"] = calls / rate("mix" + std::to_string(h));
-    st.counters["x_read"] = calls * matrixBytes(h) / rate("read");
+    zb::baselineRatio(st, "accum/mix" + std::to_string(h), false, calls);
+    st.counters["x_read"] = calls * matrixBytes(h) / readRate();
 }
 void BM_Plain_MaxMultiMix_32f(benchmark::State& st) {
     Data& d = data();
-    rates()["max"] = run(st, kRows, matrixBytes(kRows), [&] { plainMaxMultiMix(d.x, d.var, d.mean, d.val, d.dst, kRows); });
+    const double calls =
+        run(st, kRows, matrixBytes(kRows), [&] { plainMaxMultiMix(d.x, d.var, d.mean, d.val, d.dst, kRows); });
+    zb::baselineRatio(st, "accum/max", true, calls);
 }
 void BM_zelsLogGaussMaxMultiMix_32f_D2(benchmark::State& st) {
     Data& d = data();
     const double calls = run(st, kRows, matrixBytes(kRows), [&] {
         zelsLogGaussMaxMultiMix_32f_D2(d.x, d.var, kStep, d.mean, kWidth, d.val, d.dst, kRows);
     });
-    st.counters["x_plain"] = calls / rate("max");
+    zb::baselineRatio(st, "accum/max", false, calls);
 }
 
 // The bandwidth first; each plain loop just before the member it is compared with.

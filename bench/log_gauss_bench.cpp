@@ -6,12 +6,11 @@
 // then to AVX2; the AVX2 run is skipped on a processor without it.
 #include <benchmark/benchmark.h>
 #include <stdint.h>
-#include <time.h>
 
-#include <map>
 #include <random>
 #include <string>
 
+#include "baseline.hpp"
 #include "frame/dispatch.hpp"
 #include "zelcore.h"
 #include "zelsr.h"
@@ -99,21 +98,6 @@ void plainLow16s32s(const int16_t* x, int step, const int16_t* m, const int16_t*
 
 // ---- Timing and the ratio ----------------------------------------------------------
 
-std::map<std::string, double>& plainRates() {
-    static std::map<std::string, double> rates;
-    return rates;
-}
-
-// Runs `score` over the benchmark's iterations and sets frames/s; a plain loop
-// records its rate under `key`, a member reports its ratio to that rate.
-// The thread's processor time, so that other work on the machine doesn't
-// enter the ratio.
-double cpuSeconds() {
-    timespec t;
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-    return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
-}
-
 // Holds the exported functions to one instruction set while it lives.
 class OnIsa {
 public:
@@ -131,19 +115,7 @@ void measure(benchmark::State& state, const std::string& key, bool plain, F scor
         return;
     }
     const OnIsa on(isa);
-    const double t0 = cpuSeconds();
-    for (auto _ : state) {
-        score();
-        benchmark::ClobberMemory();
-    }
-    const double seconds = cpuSeconds() - t0;
-    double fps = double(state.iterations()) * kHeight / seconds;
-    state.counters["frames/s"] = benchmark::Counter(double(state.iterations()) * kHeight, benchmark::Counter::kIsRate);
-    if (plain) {
-        plainRates()[key] = fps;
-    } else if (auto it = plainRates().find(key); it != plainRates().end()) {
-        state.counters["x_plain"] = fps / it->second;
-    }
+    zb::measure(state, "log_gauss/" + key, plain, "frames/s", kHeight, score);
 }
 
 void BM_Plain_32f(benchmark::State& st) {

@@ -5,10 +5,10 @@
 // and for the member its speed over the loop measured just before it
 // ("x_plain").
 #include <benchmark/benchmark.h>
-#include <time.h>
 
 #include <random>
 
+#include "baseline.hpp"
 #include "zelcore.h"
 #include "zelsr.h"
 
@@ -63,41 +63,18 @@ float plainBlockScore(const float* x, const float* mean, const float (*rows)[kBl
     return val - 0.5f * s;
 }
 
-double cpuSeconds() {
-    timespec t;
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-    return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
-}
-
-// The plain loop's rate, kept for the member that runs after it. Processor
-// time of the thread, so that other work on the machine doesn't enter the ratio.
-double plainRate = 0;
-
-template <class F>
-double run(benchmark::State& state, F score) {
-    const double t0 = cpuSeconds();
-    for (auto _ : state) {
-        score();
-        benchmark::ClobberMemory();
-    }
-    const double rate = double(state.iterations()) * kVectors / (cpuSeconds() - t0);
-    state.counters["vectors/s"] = benchmark::Counter(double(state.iterations()) * kVectors, benchmark::Counter::kIsRate);
-    return rate;
-}
-
 void BM_Plain_BlockDVar_32f(benchmark::State& st) {
     Data& d = data();
-    plainRate = run(st, [&] {
+    zb::measure(st, "single/BlockDVar_32f", true, "vectors/s", kVectors, [&] {
         for (int v = 0; v < kVectors; ++v) d.result[v] = plainBlockScore(d.x[v], d.mean, d.rows, -20.0f);
     });
 }
 void BM_zelsLogGaussSingle_BlockDVar_32f(benchmark::State& st) {
     Data& d = data();
-    const double rate = run(st, [&] {
+    zb::measure(st, "single/BlockDVar_32f", false, "vectors/s", kVectors, [&] {
         for (int v = 0; v < kVectors; ++v)
             zelsLogGaussSingle_BlockDVar_32f(d.x[v], d.mean, d.matrix, kLen, &d.result[v], -20.0f);
     });
-    if (plainRate > 0) st.counters["x_plain"] = rate / plainRate;
 }
 
 BENCHMARK(BM_Plain_BlockDVar_32f);

@@ -3,11 +3,11 @@
 // exp(val[y] - S[y] / 2), and of many frames under the Gaussians that a bit
 // table selects for each of them.
 //
-// Nothing here scores or folds in a way of its own. A score is that of the
-// multi-mixture kernels (plain members) or of single-vector scoring (IdVar
-// and Select members), run through the frame-scoring kernels with row
-// accessors; a fold is a log-add of the single or the double set. What is
-// decided here is the order in which scores meet:
+// A score is that of the multi-mixture kernels (plain members) or of
+// single-vector scoring (IdVar and Select members), run through the
+// frame-scoring kernels with row accessors, but for the plain loop of
+// IdVar_32f_D2; a fold is a log-add of the single or the double set. What
+// is decided here is the order in which scores meet:
 //   - plain members: blocks of 100 Gaussians, each block folded by the
 //     lane-order log-sum, a later block with the running value in front;
 //   - IdVar_32f_D2: its scores folded one by one from the first, by the
@@ -198,28 +198,49 @@ inline ptrdiff_t selectRowBytes(int nGauss) { return (static_cast<ptrdiff_t>(nGa
 
 inline bool selected(const Zel8u* row, int g) { return (row[g >> 3] & (0x80u >> (g & 7))) != 0; }
 
-// Calls f(g) for every selected Gaussian of a row, in increasing g; the bits
-// of the last byte past nGauss are not Gaussians and are not read.
-template <class F>
-inline void forEachSelected(const Zel8u* row, int nGauss, F f) {
-    const ptrdiff_t bytes = selectRowBytes(nGauss);
-    for (ptrdiff_t b = 0; b < bytes; ++b) {
-        unsigned v = row[b];
-        if (b == bytes - 1 && nGauss % 8 != 0) v &= (0xFF00u >> (nGauss % 8)) & 0xFFu;
-        while (v != 0) {
-            const int k = std::countl_zero(static_cast<uint8_t>(v));
-            f(static_cast<int>(b * 8 + k));
-            v &= ~(0x80u >> k);
-        }
+// The selected Gaussians of a row, in increasing order, up to four at a
+// time; the bits of the last byte past nGauss are not Gaussians and are
+// not read.
+class SelectedGaussians {
+public:
+    SelectedGaussians() = default;
+    SelectedGaussians(const Zel8u* row, int nGauss)
+        : row_(row), bytes_(selectRowBytes(nGauss)), lastMask_(0xFF00u >> (nGauss % 8 == 0 ? 8 : nGauss % 8)) {
+        load();
     }
-}
+    // The next (up to) four into g, and their number: fewer than four only
+    // at the end of the row.
+    int next4(int32_t* g) {
+        int n = 0;
+        while (n < 4) {
+            while (bits_ == 0) {
+                if (++byte_ >= bytes_) return n;
+                load();
+            }
+            const int k = std::countl_zero(static_cast<uint8_t>(bits_));
+            g[n++] = static_cast<int32_t>(byte_ * 8 + k);
+            bits_ &= ~(0x80u >> k);
+        }
+        return n;
+    }
+
+private:
+    void load() { bits_ = row_[byte_] & (byte_ == bytes_ - 1 ? lastMask_ : 0xFFu); }
+    const Zel8u* row_ = nullptr;
+    ptrdiff_t bytes_ = 0;
+    unsigned lastMask_ = 0;
+    ptrdiff_t byte_ = 0;
+    unsigned bits_ = 0;
+};
 
 // ---- Select members: the general path ----------------------------------------------
 
 // Gaussian by Gaussian, and within each frame by frame: a selected pair is
 // scored by `score(f, g)`, stored if it is the frame's first, else folded
 // into pDst[f] by the accurate log-add of one element. The counters are 16
-// bits, as the table's rows are counted.
+// bits wide: after 65536 selections a frame's count is 0 again, so that a
+// further score replaces its running value, and without one the frame gets
+// noneValue.
 template <class Score>
 void generalSelect(const Zel8u* pSelect, int nGauss, Zel32f* pDst, int height, Zel32f noneValue, uint16_t* count,
                    Score score) {
@@ -363,13 +384,9 @@ ZelStatus smallTable(const Tuned<T, Score>& t, Zel32f* pDst, int height, Zel32f 
     for (int f = 0; f < height; ++f) {
         pDst[f] = noneValue;
         count[f] = 0;
-        forEachSelected(t.selectRow(f), t.nGauss, [&](int g) {
-            frameOf[n] = f;
-            gaussOf[n] = g;
-            val[n] = t.pVal[g];
-            ++n;
-            ++count[f];
-        });
+        SelectedGaussians walk(t.selectRow(f), t.nGauss);
+        for (int k; (k = walk.next4(gaussOf + n)) > 0; n += k, count[f] += k)
+            for (int i = n; i < n + k; ++i) frameOf[i] = f, val[i] = t.pVal[gaussOf[i]];
     }
     t.score(rows(t.frames(frameOf), t.means(gaussOf), t.vars(gaussOf), t.width, t.fast), n, RowConst<float>{val},
             Store32f{score});
@@ -379,32 +396,42 @@ ZelStatus smallTable(const Tuned<T, Score>& t, Zel32f* pDst, int height, Zel32f 
     return zelStsNoErr;
 }
 
-// The large table, frame by frame straight from the table: each group of
-// four selected Gaussians is scored at once and goes into the lane-order sum.
+// The large table, straight from the table, F frames at a time: each takes
+// its next four selected Gaussians in turn, scores them at once and folds
+// them into its lane-order sum. A frame's folds wait on each other; those
+// of the other frame fill the wait.
+template <int F, class T, class Score>
+void largeTableFrames(const Tuned<T, Score>& t, int f0, Zel32f* pDst) {
+    SelectedGaussians walk[F];
+    LaneOrderSum sum[F];
+    for (int i = 0; i < F; ++i) walk[i] = SelectedGaussians(t.selectRow(f0 + i), t.nGauss);
+    for (;;) {
+        int32_t g[F][4];
+        int n[F], any = 0;
+        for (int i = 0; i < F; ++i) any |= n[i] = walk[i].next4(g[i]);
+        if (!any) break;
+        for (int i = 0; i < F; ++i) {
+            if (n[i] == 0) continue;
+            alignas(16) float val[4], score[4];
+            for (int k = 0; k < n[i]; ++k) val[k] = t.pVal[g[i][k]];
+            const SameRow<T> frame{t.pSrc + static_cast<ptrdiff_t>(f0 + i) * t.step};
+            t.score(rows(frame, t.means(g[i]), t.vars(g[i]), t.width, t.fast), n[i], RowConst<float>{val},
+                    Store32f{score});
+            sum[i].put(score, n[i]);
+        }
+    }
+    float r[F];
+    for (int i = 0; i < F; ++i) r[i] = sum[i].count() > 0 ? sum[i].result() : 0.0f;
+    for (int i = 0; i < F; ++i)
+        if (sum[i].count() > 0) pDst[f0 + i] = r[i];
+}
+
 template <class T, class Score>
 void largeTable(const Tuned<T, Score>& t, Zel32f* pDst, int height, Zel32f noneValue) {
     for (int f = 0; f < height; ++f) pDst[f] = noneValue;
-    for (int f = 0; f < height; ++f) {
-        const SameRow<T> frame{t.pSrc + static_cast<ptrdiff_t>(f) * t.step};
-        LaneOrderSum sum;
-        int32_t g4[4];
-        float val[4];
-        int n = 0;
-        auto flush = [&] {
-            alignas(16) float score[4];
-            t.score(rows(frame, t.means(g4), t.vars(g4), t.width, t.fast), n, RowConst<float>{val},
-                    Store32f{score});
-            sum.put(score, n);
-            n = 0;
-        };
-        forEachSelected(t.selectRow(f), t.nGauss, [&](int g) {
-            g4[n] = g;
-            val[n] = t.pVal[g];
-            if (++n == 4) flush();
-        });
-        if (n > 0) flush();
-        if (sum.count() > 0) pDst[f] = sum.result();
-    }
+    int f = 0;
+    for (; f + 2 <= height; f += 2) largeTableFrames<2>(t, f, pDst);
+    if (f < height) largeTableFrames<1>(t, f, pDst);
 }
 
 }  // namespace zel::gauss::mix

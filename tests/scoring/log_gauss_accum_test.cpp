@@ -15,6 +15,7 @@
 
 #include "common.hpp"
 #include "scoring/log_domain.hpp"
+#include "scoring/reference.hpp"
 
 namespace {
 
@@ -23,18 +24,6 @@ constexpr float kInf = INFINITY;
 
 // ---- Plain references ----------------------------------------------------------
 
-// -S: lane j % N subtracts the terms of column j from 0; lanes 0 + 2 and
-// 1 + 3 (or 0 + 1), then the two; the tail columns are subtracted after.
-template <int N, class T>
-T negSum(const T* x, const T* m, const T* v, int w) {
-    auto term = [&](int j) { T d = x[j] - m[j]; return v ? d * d * v[j] : d * d; };
-    T lane[4] = {};
-    const int n = w - w % N;
-    for (int j = 0; j < n; ++j) lane[j % N] -= term(j);
-    T s = N == 4 ? (lane[0] + lane[2]) + (lane[1] + lane[3]) : lane[0] + lane[1];
-    for (int j = n; j < w; ++j) s -= term(j);
-    return s;
-}
 template <class T> T twice(T negS, double k) { return (negS + T(k) * 2) * T(0.5); }
 template <class T> T plusHalf(T negS, double k) { return negS * T(0.5) + T(k); }
 
@@ -71,7 +60,6 @@ template <class O>
 uint64_t bitsOf(O v) {
     if constexpr (std::is_integral_v<O>) return uint32_t(v); else return zt::bits(v);
 }
-int32_t cvtt(float r) { return r >= -2147483648.0f && r < 2147483648.0f ? int32_t(r) : INT32_MIN; }
 // The 32-bit Max members' clamp; a NaN score never wins.
 float clampScore(float g) { return std::isnan(g) ? -2147483648.0f : std::clamp(g, -2147483648.0f, 2147483648.0f); }
 
@@ -141,7 +129,7 @@ struct Row {
     const T* X() const { return p.x.rows[y]; }
     const T* W() const { return p.W(y, idVar); }
     // -S on the lanes of the data's kernel (4 singles or 2 doubles).
-    T neg() const { return negSum<sizeof(T) == 4 ? 4 : 2>(X(), p.m.p, W(), p.w); }
+    T neg() const { return zt::negSum<T, sizeof(T) == 4 ? 4 : 2, sizeof(T) == 4 ? 4 : 2>(X(), p.m.p, W(), p.w); }
 };
 struct Out {
     void* dst;
@@ -289,7 +277,7 @@ void check(const Member<T>& mb, const Problem<T>& p, int sf, int& failures) {
         scores[y] = mb.dst != S32 || mb.rule == kStore || (mb.rule == kKeepLow && sf >= 0) ? O(g) : O(0);
         if constexpr (std::is_same_v<O, int32_t>)
             want[y] = mb.rule == kKeepLow && sf >= 0 ? std::max(scores[y], old[y])
-                                                      : cvtt(float(g) > float(old[y]) ? float(g) : float(old[y]));
+                                                      : zt::cvtt(float(g) > float(old[y]) ? float(g) : float(old[y]));
         else
             want[y] = scores[y] > old[y] ? scores[y] : old[y];
     }

@@ -14,62 +14,26 @@
 
 #include "common.hpp"
 #include "frame/dispatch.hpp"
+#include "scoring/reference.hpp"
 
 namespace {
 
+using zt::cvtt;
+using zt::rule;
+using zt::satDiff;
+using zt::wrap;
+
 // ---- Plain references, one row at a time ------------------------------------
 
-int32_t wrap(int64_t v) { return static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(v))); }
-int32_t satDiff(int16_t a, int16_t b) { return std::clamp(a - b, -32768, 32767); }
-
-// -S: lanes take column j % N of each group of N and subtract (x - m)^2 * v
-// from 0 (v null: the identity); lanes 0 + 2 and 1 + 3, then the two; the
-// tail is subtracted after.
-template <int N, class T>
-T negSum(const T* x, const T* m, const T* v, int w) {
-    auto term = [&](int j) { T d = x[j] - m[j]; return v ? d * d * v[j] : d * d; };
-    T lane[4] = {};
-    int n = w - w % N;
-    for (int j = 0; j < n; ++j) lane[j % N] -= term(j);
-    T s = N == 4 ? (lane[0] + lane[2]) + (lane[1] + lane[3]) : lane[0] + lane[1];
-    for (int j = n; j < w; ++j) s -= term(j);
-    return s;
-}
 // Below width 4 the terms come off 2 * val in column order.
 float ref32f(const float* x, const float* m, const float* v, int w, float val) {
-    if (w >= 4) return (negSum<4>(x, m, v, w) + 2 * val) * 0.5f;
+    if (w >= 4) return (zt::negSum<float, 4, 4>(x, m, v, w) + 2 * val) * 0.5f;
     float r = 2 * val;
     for (int j = 0; j < w; ++j) r -= v ? (x[j] - m[j]) * (x[j] - m[j]) * v[j] : (x[j] - m[j]) * (x[j] - m[j]);
     return r * 0.5f;
 }
 
-// k = |s + 1|, p = 1 << (k mod 32) as a 32-bit integer; divide when s + 1 >= 0.
-float rule(int s, float t) {
-    int32_t k1 = wrap(int64_t{s} + 1);
-    uint32_t k = k1 < 0 ? 0u - static_cast<uint32_t>(k1) : static_cast<uint32_t>(k1);
-    float p = static_cast<float>(static_cast<int32_t>(1u << (k % 32)));
-    return k1 >= 0 ? t / p : t * p;
-}
 float scaleC(int s) { return ldexpf(1.0f, -std::clamp(wrap(int64_t{s} + 1), -128, 150)); }
-int32_t cvtt(float r) { return r >= -2147483648.0f && r < 2147483648.0f ? static_cast<int32_t>(r) : INT32_MIN; }
-
-// -S (with v) or S (without) on single lanes: the saturated columns of each
-// group of eight on lane j % 4, or their 32-bit pair sums on the pair's
-// lane; the exact tail on lane 0.
-float wideSum(const int16_t* x, const int16_t* m, const int16_t* v, int w) {
-    float lane[4] = {};
-    int n = w - w % 8;
-    for (int j = 0; j < n; j += 2) {
-        float d0 = satDiff(x[j], m[j]), d1 = satDiff(x[j + 1], m[j + 1]);
-        if (v) lane[j % 4] -= d0 * d0 * float(v[j]), lane[j % 4 + 1] -= d1 * d1 * float(v[j + 1]);
-        else lane[(j / 2) % 4] += float(wrap(int64_t(d0) * int64_t(d0) + int64_t(d1) * int64_t(d1)));
-    }
-    for (int j = n; j < w; ++j) {
-        float d = float(x[j] - m[j]);
-        lane[0] += v ? -(d * d * float(v[j])) : d * d;
-    }
-    return (lane[0] + lane[2]) + (lane[1] + lane[3]);
-}
 
 // The Low integer sum for s >= 0, before val. A square splits into h (high
 // 16 bits) and l (low 16 bits halved). Groups of 8, 4, 2, 1 columns; pair
@@ -142,12 +106,12 @@ uint64_t out(int32_t i) { return static_cast<uint32_t>(i); }
 #define ROW(T) P<T>(a.x), P<T>(a.mean)
 uint64_t e32f(const Args& a) { return out(ref32f(ROW(float), P<float>(a.var), a.width, a.fval)); }
 uint64_t eId32f(const Args& a) { return out(ref32f(ROW(float), nullptr, a.width, a.fval)); }
-uint64_t e64f(const Args& a) { return out(a.dval + negSum<2>(ROW(double), P<double>(a.var), a.width) * 0.5); }
-uint64_t e64fL(const Args& a) { return out((negSum<2>(ROW(double), P<double>(a.var), a.width) + 2 * a.dval) * 0.5); }
-uint64_t eId64f(const Args& a) { return out(a.dval + negSum<2, double>(ROW(double), nullptr, a.width) * 0.5); }
-uint64_t eId64fL(const Args& a) { return out((negSum<2, double>(ROW(double), nullptr, a.width) + 2 * a.dval) * 0.5); }
-float negS(const Args& a) { return wideSum(ROW(int16_t), P<int16_t>(a.var), a.width); }
-float idS(const Args& a) { return wideSum(ROW(int16_t), nullptr, a.width); }
+uint64_t e64f(const Args& a) { return out(a.dval + zt::negSum<double, 2, 2>(ROW(double), P<double>(a.var), a.width) * 0.5); }
+uint64_t e64fL(const Args& a) { return out((zt::negSum<double, 2, 2>(ROW(double), P<double>(a.var), a.width) + 2 * a.dval) * 0.5); }
+uint64_t eId64f(const Args& a) { return out(a.dval + zt::negSum<double, 2, 2, double>(ROW(double), nullptr, a.width) * 0.5); }
+uint64_t eId64fL(const Args& a) { return out((zt::negSum<double, 2, 2, double>(ROW(double), nullptr, a.width) + 2 * a.dval) * 0.5); }
+float negS(const Args& a) { return zt::wideSum(ROW(int16_t), P<int16_t>(a.var), a.width); }
+float idS(const Args& a) { return zt::wideSum<int16_t>(ROW(int16_t), nullptr, a.width); }
 int32_t low(const Args& a) { return lowSum(ROW(int16_t), P<int16_t>(a.var), a.width, a.sf, a.lastOfOdd); }
 uint64_t e16s32s(const Args& a) { return out(cvtt(rule(a.sf, negS(a)) + float(a.ival))); }
 uint64_t eLow16s32s(const Args& a) { return a.sf < 0 ? e16s32s(a) : out(wrap(int64_t{low(a)} + a.ival)); }

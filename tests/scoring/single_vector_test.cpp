@@ -10,53 +10,18 @@
 #include <iterator>
 
 #include "common.hpp"
+#include "scoring/reference.hpp"
 
 namespace {
 
-int32_t wrap(int64_t v) { return static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(v))); }
-float sat(int a, int b) { return float(std::clamp(a - b, -32768, 32767)); }
+using zt::negSum;
+using zt::rule;
+using zt::satDiff;
+using zt::wideSum;
+using zt::wrap;
 
 // ---- Plain references ----------------------------------------------------------------
 
-// -S on N lanes over the first len - len % G columns (lane j % N, each term
-// subtracted from 0), the lanes summed, then the rest subtracted in order.
-template <class Acc, int N, int G, class T>
-Acc negSum(const T* x, const T* m, const T* w, int len) {
-    auto term = [&](int j) { Acc d = Acc(x[j]) - Acc(m[j]); return w ? d * d * Acc(w[j]) : d * d; };
-    Acc lane[4] = {};
-    const int n = len - len % G;
-    for (int j = 0; j < n; ++j) lane[j % N] -= term(j);
-    Acc s = N == 4 ? (lane[0] + lane[2]) + (lane[1] + lane[3]) : lane[0] + lane[1];
-    for (int j = n; j < len; ++j) s -= term(j);
-    return s;
-}
-
-// 16-bit data: differences saturated in groups of eight; weighted, lane j % 4
-// subtracts d * d * w; unweighted, pair sums in 32 bits on lane (j / 2) % 4.
-// The exact tail goes into lane 0. Returns -S weighted, S unweighted.
-template <class W>
-float wideSum(const int16_t* x, const int16_t* m, const W* w, int len) {
-    float lane[4] = {};
-    const int n = len - len % 8;
-    for (int j = 0; j < n; j += 2) {
-        float d0 = sat(x[j], m[j]), d1 = sat(x[j + 1], m[j + 1]);
-        if (w) lane[j % 4] -= d0 * d0 * float(w[j]), lane[j % 4 + 1] -= d1 * d1 * float(w[j + 1]);
-        else lane[(j / 2) % 4] += float(wrap(int64_t(d0) * int64_t(d0) + int64_t(d1) * int64_t(d1)));
-    }
-    for (int j = n; j < len; ++j) {
-        float d = float(x[j] - m[j]);
-        lane[0] += w ? -(d * d * float(w[j])) : d * d;
-    }
-    return (lane[0] + lane[2]) + (lane[1] + lane[3]);
-}
-
-// The family's scale rule: p = 1 << (|s + 1| mod 32) in 32 bits; divide for s + 1 >= 0.
-float rule(int s, float t) {
-    int32_t k1 = wrap(int64_t{s} + 1);
-    uint32_t k = k1 < 0 ? 0u - uint32_t(k1) : uint32_t(k1);
-    float p = float(int32_t(1u << (k % 32)));
-    return k1 >= 0 ? t / p : t * p;
-}
 // Rounded to nearest: out of range gives the most negative integer (the
 // processor's conversion), or saturates (the near rule).
 int32_t cvtRound(float r) {
@@ -79,7 +44,7 @@ int32_t lowSingle(const int16_t* x, const int16_t* m, const int16_t* w, int len,
     auto pair = [&](int c, int n, int32_t& H, int32_t& L) {
         int64_t h = 0, l = 0;
         for (int k = c; k < c + n; ++k) {
-            int32_t d = int32_t(sat(x[k], m[k])), sq = d * d;
+            int32_t d = satDiff(x[k], m[k]), sq = d * d;
             h += int64_t{sq >> 16} * w[k], l += int64_t{(sq & 0xffff) >> 1} * w[k];
         }
         H = wrap(h), L = wrap(l);
