@@ -7,13 +7,12 @@
 // sum, then max + log of the sum of exp ("x_plain": its speed over that
 // loop, measured just before it).
 #include <benchmark/benchmark.h>
-#include <time.h>
 
 #include <cmath>
-#include <map>
 #include <random>
 #include <string>
 
+#include "baseline.hpp"
 #include "zelcore.h"
 #include "zelsr.h"
 
@@ -95,71 +94,39 @@ void plainSelect(const Zel8u* sel, Data& d) {
     }
 }
 
-// ---- Timing and the ratios ------------------------------------------------------------
-
-std::map<std::string, double>& rates() {
-    static std::map<std::string, double> r;
-    return r;
-}
-
-// The thread's processor time, so that other work on the machine doesn't
-// enter the ratios.
-double cpuSeconds() {
-    timespec t;
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-    return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
-}
-
-// Runs `f` over the benchmark's iterations, each of `frames` frames, and
-// returns iterations per second.
-template <class F>
-double run(benchmark::State& state, int frames, F f) {
-    const double t0 = cpuSeconds();
-    for (auto _ : state) {
-        f();
-        benchmark::ClobberMemory();
-    }
-    const double n = double(state.iterations());
-    state.counters["frames/s"] = benchmark::Counter(n * frames, benchmark::Counter::kIsRate);
-    return n / (cpuSeconds() - t0);
-}
-void compare(benchmark::State& st, const std::string& key, double rate) {
-    const auto it = rates().find(key);
-    st.counters["x_plain"] = it == rates().end() ? NAN : rate / it->second;
-}
-
 // ---- Members and their loops ----------------------------------------------------------------
 
 void BM_Plain_Mixture_32f(benchmark::State& st) {
     Data& d = data();
-    rates()["mix"] = run(st, kFrames, [&] {
+    zb::measure(st, "mixture", true, "frames/s", kFrames, [&] {
         for (int f = 0; f < kFrames; ++f) d.dst[f] = plainMixture(d.frames + f * kStep, d);
     });
 }
 void BM_zelsLogGaussMixture_32f_D2(benchmark::State& st) {
     Data& d = data();
-    compare(st, "mix", run(st, kFrames, [&] {
-                for (int f = 0; f < kFrames; ++f)
-                    zelsLogGaussMixture_32f_D2(d.frames + f * kStep, d.mean, d.ivar, kGauss, kStep, kWidth, d.val,
-                                               d.dst + f);
-            }));
+    zb::measure(st, "mixture", false, "frames/s", kFrames, [&] {
+        for (int f = 0; f < kFrames; ++f)
+            zelsLogGaussMixture_32f_D2(d.frames + f * kStep, d.mean, d.ivar, kGauss, kStep, kWidth, d.val, d.dst + f);
+    });
 }
 
 // Argument: the Gaussians selected per frame, 8 or 32.
 const Zel8u* table(const Data& d, int perFrame) { return perFrame == kGauss ? d.all : d.shortlist; }
 
+std::string key(benchmark::State& st) { return "mixture/select" + std::to_string(st.range(0)); }
+
 void BM_Plain_Select_32f(benchmark::State& st) {
     Data& d = data();
     const Zel8u* sel = table(d, int(st.range(0)));
-    rates()["select" + std::to_string(st.range(0))] = run(st, kBatch, [&] { plainSelect(sel, d); });
+    zb::measure(st, key(st), true, "frames/s", kBatch, [&] { plainSelect(sel, d); });
 }
 void BM_zelsLogGaussMixture_Select_32f_D2(benchmark::State& st) {
     Data& d = data();
     const Zel8u* sel = table(d, int(st.range(0)));
-    compare(st, "select" + std::to_string(st.range(0)), run(st, kBatch, [&] {
-                zelsLogGaussMixture_Select_32f_D2(d.frames, d.mean, d.ivar, kStep, kWidth, d.val, sel, kGauss, d.dst,
-                                                  kBatch, -1e30f);
-            }));
+    zb::measure(st, key(st), false, "frames/s", kBatch, [&] {
+        zelsLogGaussMixture_Select_32f_D2(d.frames, d.mean, d.ivar, kStep, kWidth, d.val, sel, kGauss, d.dst, kBatch,
+                                          -1e30f);
+    });
 }
 
 // Each plain loop just before the member it is compared with.
