@@ -7,6 +7,7 @@
 #include <string.h>
 
 #include <cmath>
+#include <initializer_list>
 #include <limits>
 #include <random>
 #include <vector>
@@ -65,5 +66,30 @@ inline float fromBits(uint32_t u) { float f; memcpy(&f, &u, 4); return f; }
 
 // Same bits, so that NaN payloads and signed zeros count.
 #define EXPECT_SAME_BITS(a, b) EXPECT_EQ(::zt::bits(a), ::zt::bits(b)) << #a " = " << (a) << ", " #b " = " << (b)
+
+// One call of a table of bad arguments: the status it returned and the one
+// the family's order of checks should give first.
+struct Sts {
+    ZelStatus got, want;
+};
+// Checks a table of calls in order, naming a failure by its row.
+inline void expectStatuses(std::initializer_list<Sts> cases) {
+    int row = 0;
+    for (const Sts& c : cases) {
+        EXPECT_EQ(c.got, c.want) << "row " << row;
+        ++row;
+    }
+}
+
+// Every element still holds the sentinel a failed call must leave alone.
+template <class T, class V>
+void expectUntouched(const T* p, size_t n, V sentinel) {
+    for (size_t i = 0; i < n; ++i) {
+        if constexpr (std::is_floating_point_v<T>)
+            EXPECT_SAME_BITS(p[i], T(sentinel)) << "element " << i;
+        else
+            EXPECT_EQ(p[i], T(sentinel)) << "element " << i;
+    }
+}
 
 }  // namespace zt

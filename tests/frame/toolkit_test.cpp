@@ -68,22 +68,14 @@ TEST(Convert, SaturationAndScaleClamps) {
     Zel32s d[9];
     for (int rnd : {0, 1, 2}) {
         ASSERT_EQ(ownConvert_32f32s_Sfs(big, d, 9, rnd, 0), zelStsNoErr);
-        EXPECT_EQ(d[0], 2147483520);
-        EXPECT_EQ(d[1], 2147483647);
-        EXPECT_EQ(d[2], 2147483647);
-        EXPECT_EQ(d[3], -2147483647 - 1);
-        EXPECT_EQ(d[4], -2147483647 - 1);
-        EXPECT_EQ(d[5], 2147483647);
-        EXPECT_EQ(d[6], -2147483647 - 1);
-        EXPECT_EQ(d[7], -2147483647 - 1);  // NaN, as the processor's conversion gives it
+        // NaN gives the most negative value, as the processor's conversion does.
+        EXPECT_EQ(std::vector<Zel32s>(d, d + 8), (std::vector<Zel32s>{2147483520, INT32_MAX, INT32_MAX, INT32_MIN,
+                                                                      INT32_MIN, INT32_MAX, INT32_MIN, INT32_MIN}));
     }
     const double wide[] = {2147483647.4, 2147483647.5, -2147483648.6, 1e300};
     Zel32s w[4];
     ASSERT_EQ(ownConvert_64f32s_Sfs(wide, w, 4, 1, 0), zelStsNoErr);
-    EXPECT_EQ(w[0], 2147483647);
-    EXPECT_EQ(w[1], 2147483647);
-    EXPECT_EQ(w[2], -2147483647 - 1);
-    EXPECT_EQ(w[3], 2147483647);
+    EXPECT_EQ(std::vector<Zel32s>(w, w + 4), (std::vector<Zel32s>{INT32_MAX, INT32_MAX, INT32_MIN, INT32_MAX}));
 
     // 2^-s is clamped to s in -128..150 (single) and -1024..1087 (double).
     EXPECT_EQ(ownScaleValue_32f(200), ownScaleValue_32f(150));
@@ -100,23 +92,18 @@ TEST(Convert, SaturationAndScaleClamps) {
     ASSERT_EQ(ownConvert_16s32f_Sfs(s16, f, 2, 200), zelStsNoErr);
     EXPECT_EQ(f[0], 0.0f);
     ASSERT_EQ(ownConvert_16s32f_Sfs(s16, f, 2, 2), zelStsNoErr);
-    EXPECT_EQ(f[0], 0.75f);
-    EXPECT_EQ(f[1], -8192.0f);
+    EXPECT_EQ(std::vector<Zel32f>(f, f + 2), (std::vector<Zel32f>{0.75f, -8192.0f}));
 }
 
 TEST(Convert, FixedPointRules) {
     using namespace zel;
-    EXPECT_EQ(nearSat32(2.5f, 0), 2);
-    EXPECT_EQ(nearSat32(3.5f, 0), 4);
-    EXPECT_EQ(nearSat32(5.0f, 1), 2);  // 2.5 to even
-    EXPECT_EQ(nearSat32(3e9f, 0), 2147483647);
-    EXPECT_EQ(nearSat16(-40000.0f, 0), -32768);
-    EXPECT_EQ(truncSat32(-7.9, 0), -7);
-    EXPECT_EQ(truncSat16(1e6, 0), 32767);
-    EXPECT_EQ(shiftSat32(-7, 1), -4);  // toward minus infinity
-    EXPECT_EQ(shiftSat32(3, -2), 12);
-    EXPECT_EQ(shiftSat32(int64_t(1) << 40, 0), 2147483647);
-    EXPECT_EQ(shiftSat16(-100000, 0), -32768);
+    // Halves to even, shifts toward minus infinity, saturation at both widths.
+    const std::pair<int64_t, int64_t> cases[] = {
+        {nearSat32(2.5f, 0), 2},        {nearSat32(3.5f, 0), 4},     {nearSat32(5.0f, 1), 2},
+        {nearSat32(3e9f, 0), INT32_MAX}, {nearSat16(-40000.0f, 0), -32768}, {truncSat32(-7.9, 0), -7},
+        {truncSat16(1e6, 0), 32767},    {shiftSat32(-7, 1), -4},     {shiftSat32(3, -2), 12},
+        {shiftSat32(int64_t(1) << 40, 0), INT32_MAX}, {shiftSat16(-100000, 0), -32768}};
+    for (size_t i = 0; i < std::size(cases); ++i) EXPECT_EQ(cases[i].first, cases[i].second) << "case " << i;
 }
 
 TEST(Mul16s, RoundingAndSaturationAcrossScaleFactors) {
@@ -161,11 +148,9 @@ TEST(Reductions, SumsDotsAndExtremes) {
     Zel32f m;
     int k = -1;
     ASSERT_EQ(ownMaxIndx_32f(v, 6, &m, &k), zelStsNoErr);
-    EXPECT_EQ(m, 5);
-    EXPECT_EQ(k, 1);  // the first of equal values
+    EXPECT_EQ(std::pair(m, k), std::pair(5.0f, 1));  // the first of equal values
     ASSERT_EQ(ownMinIndx_32f(v, 6, &m, &k), zelStsNoErr);
-    EXPECT_EQ(m, -2);
-    EXPECT_EQ(k, 2);
+    EXPECT_EQ(std::pair(m, k), std::pair(-2.0f, 2));
     EXPECT_EQ(ownMaxIndx_32f(v, 6, &m, nullptr), zelStsNoErr);
 
     const Zel16s s[] = {32767, 32767, 32767, -5};
@@ -238,14 +223,12 @@ TEST(Magnitude, EstimateWithNewtonStepIsCloseAndTinyValuesExact) {
     EXPECT_EQ(m[1], std::sqrt(1e-20f * 1e-20f));  // x below the smallest normal: exact root
     const Zel32s ci[] = {3, 4, 0, 0, -2147483647, 0};
     Zel32s mi[3];
-    ASSERT_EQ(ownMagnitude_32sc_Sfs(ci, mi, 3, -31), zelStsNoErr);
-    EXPECT_EQ(mi[0], 2147483647);
-    EXPECT_EQ(mi[1], 0);
-    ASSERT_EQ(ownMagnitude_32sc_Sfs(ci, mi, 3, 33), zelStsNoErr);
-    EXPECT_EQ(mi[0], 0);
-    ASSERT_EQ(ownMagnitude_32sc_Sfs(ci, mi, 3, 1), zelStsNoErr);
-    EXPECT_EQ(mi[0], 2);  // 2.5 to even
-    EXPECT_EQ(mi[2], 1073741824);
+    // Saturation, a shift past every bit, and 2.5 to even.
+    for (auto [sf, want] : {std::pair{-31, std::vector<Zel32s>{INT32_MAX, 0, INT32_MAX}}, {33, {0, 0, 0}},
+                            {1, {2, 0, 1073741824}}}) {
+        ASSERT_EQ(ownMagnitude_32sc_Sfs(ci, mi, 3, sf), zelStsNoErr);
+        EXPECT_EQ(std::vector<Zel32s>(mi, mi + 3), want) << sf;
+    }
 }
 
 TEST(ElementWise, ConstantsLogarithmsAndMinimum) {
@@ -265,26 +248,22 @@ TEST(ElementWise, ConstantsLogarithmsAndMinimum) {
     EXPECT_EQ(bits(out[1]), 0xffc00000u);
     float a[] = {1, 5, 3, 8, 0, -1}, b[] = {2, 4, 3, 9, 1, -2};
     ASSERT_EQ(ownMinEvery_32f_I(a, b, 6), zelStsNoErr);
-    EXPECT_EQ(b[1], 4);
-    EXPECT_EQ(b[4], 0);
-    EXPECT_EQ(b[5], -2);
+    EXPECT_EQ(std::vector<float>(b, b + 6), (std::vector<float>{1, 4, 3, 8, 0, -2}));
 }
 
 TEST(BadInput, StatusesAndOutputsUntouched) {
     float f[4] = {7, 7, 7, 7};
     Zel32s d[4] = {7, 7, 7, 7};
-    EXPECT_EQ(ownConvert_32f32s_Sfs(nullptr, d, 4, 1, 0), zelStsNullPtrErr);
-    EXPECT_EQ(ownConvert_32f32s_Sfs(f, d, 0, 1, 0), zelStsSizeErr);
-    EXPECT_EQ(ownSum_32f(f, -1, f, 1), zelStsSizeErr);
-    EXPECT_EQ(ownDiv_32f(f, nullptr, f, 4), zelStsNullPtrErr);
-    EXPECT_EQ(ownSet_32f(1.0f, f, 0), zelStsSizeErr);
-    EXPECT_EQ(ownCopy_32f(nullptr, f, 4), zelStsNullPtrErr);
-    EXPECT_EQ(ownMagnitude_32fc(f, nullptr, 2), zelStsNullPtrErr);
-    EXPECT_EQ(ownDivC_64f_I(0.0, nullptr, 4), zelStsNullPtrErr);
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_EQ(f[i], 7.0f);
-        EXPECT_EQ(d[i], 7);
-    }
+    expectStatuses({{ownConvert_32f32s_Sfs(nullptr, d, 4, 1, 0), zelStsNullPtrErr},
+                    {ownConvert_32f32s_Sfs(f, d, 0, 1, 0), zelStsSizeErr},
+                    {ownSum_32f(f, -1, f, 1), zelStsSizeErr},
+                    {ownDiv_32f(f, nullptr, f, 4), zelStsNullPtrErr},
+                    {ownSet_32f(1.0f, f, 0), zelStsSizeErr},
+                    {ownCopy_32f(nullptr, f, 4), zelStsNullPtrErr},
+                    {ownMagnitude_32fc(f, nullptr, 2), zelStsNullPtrErr},
+                    {ownDivC_64f_I(0.0, nullptr, 4), zelStsNullPtrErr}});
+    expectUntouched(f, 4, 7);
+    expectUntouched(d, 4, 7);
     EXPECT_EQ(ownMalloc_32f(0), nullptr);
     EXPECT_EQ(ownMalloc_64f(-3), nullptr);
 }

@@ -62,6 +62,26 @@ void fillPairs(float* a, float* b, int n) {
 template <class T>
 std::vector<T> vec(const T* p, int n) { return std::vector<T>(p, p + n); }
 
+// a (+) b in five elements, four lanes and a tail, under each single-set hint.
+std::vector<float> add32Everywhere(float a, float b) {
+    std::vector<float> all;
+    for (int hint : kHints32) {
+        std::vector<float> va(5, a), vb(5, b);
+        EXPECT_EQ(zelsLogAdd_32f(va.data(), vb.data(), 5, hint), zelStsNoErr);
+        all.insert(all.end(), vb.begin(), vb.end());
+    }
+    return all;
+}
+
+// a (+) b in three elements through the exported and the split double kernel.
+std::vector<double> add64Everywhere(double a, double b) {
+    std::vector<double> va(3, a), vb(3, b), vc(3, b);
+    EXPECT_EQ(zelsLogAdd_64f(va.data(), vb.data(), 3, zelAlgHintNone), zelStsNoErr);
+    ownLogAdd_64f(va.data(), vc.data(), 3);
+    vb.insert(vb.end(), vc.begin(), vc.end());
+    return vb;
+}
+
 }  // namespace
 
 TEST(LogDomain, PolynomialsStayWithinTheirBoundsInEveryRegime) {
@@ -154,23 +174,11 @@ TEST(LogAdd, FloorsOfBothSets) {
     // Four lanes and a tail element each. The polynomial branch is never
     // floored: two operands of -1e7 give about -1e7.
     const float a32[] = {-4500000, -1e7f, -1e7f}, b32[] = {-1e9f, -1e7f, -2e7f}, e32[] = {-4500000, -9999999, -4500000};
-    for (int hint : kHints32) {
-        for (int k = 0; k < 3; ++k) {
-            std::vector<float> a(5, a32[k]), b(5, b32[k]);
-            ASSERT_EQ(zelsLogAdd_32f(a.data(), b.data(), 5, hint), zelStsNoErr);
-            EXPECT_EQ(b, std::vector<float>(5, e32[k])) << k;
-        }
-    }
+    for (int k = 0; k < 3; ++k) EXPECT_EQ(add32Everywhere(a32[k], b32[k]), std::vector<float>(10, e32[k])) << k;
     // The double set snaps anything under -9e9 below the cut to -1e10.
     const double a64[] = {-1e11, -1e11, -8.9e9, -9.5e9}, b64[] = {-1e11, -2e11, -9.5e9, -9.6e9};
     const double e64[] = {-1e11 + 0.6931471805599475, -1e10, -8.9e9, -1e10};
-    for (int k = 0; k < 4; ++k) {
-        std::vector<double> a(3, a64[k]), b(3, b64[k]), c(3, b64[k]);
-        ASSERT_EQ(zelsLogAdd_64f(a.data(), b.data(), 3, zelAlgHintNone), zelStsNoErr);
-        ownLogAdd_64f(a.data(), c.data(), 3);
-        EXPECT_EQ(b, std::vector<double>(3, e64[k])) << k;
-        EXPECT_EQ(c, std::vector<double>(3, e64[k])) << k;
-    }
+    for (int k = 0; k < 4; ++k) EXPECT_EQ(add64Everywhere(a64[k], b64[k]), std::vector<double>(6, e64[k])) << k;
 }
 
 TEST(LogDomain, HintsSelectTheKernelOrNothing) {
@@ -390,16 +398,9 @@ TEST(LogDomain, NonFiniteOperandsGiveDefinedResultsOnEveryPath) {
                           {kInf, kInf, kInf}, {kInf, -kInf, kInf}, {-kInf, -kInf, -4500000}, {kNaN, -kInf, kNaN}};
     auto same = [](double got, double want) { return std::isnan(want) ? std::isnan(got) : got == want; };
     for (const Pair& p : pairs) {
-        for (int hint : kHints32) {
-            std::vector<float> a(5, p.a), b(5, p.b);
-            ASSERT_EQ(zelsLogAdd_32f(a.data(), b.data(), 5, hint), zelStsNoErr);  // four lanes and a tail element
-            for (float v : b) EXPECT_TRUE(same(v, p.sum)) << p.a << " " << p.b;
-        }
-        std::vector<double> a(3, p.a), b(3, p.b), c(3, p.b);
-        ASSERT_EQ(zelsLogAdd_64f(a.data(), b.data(), 3, zelAlgHintNone), zelStsNoErr);
-        ownLogAdd_64f(a.data(), c.data(), 3);
+        for (float v : add32Everywhere(p.a, p.b)) EXPECT_TRUE(same(v, p.sum)) << p.a << " " << p.b;
         const double sum64 = p.sum == -4500000 ? -1e10 : p.sum;
-        for (double v : {b[0], b[2], c[0], c[2]}) EXPECT_TRUE(same(v, sum64)) << p.a << " " << p.b;
+        for (double v : add64Everywhere(p.a, p.b)) EXPECT_TRUE(same(v, sum64)) << p.a << " " << p.b;
     }
     // A NaN or +inf anywhere in a sum, in a lane or in the tail.
     for (int at : {2, 8}) {
