@@ -99,18 +99,18 @@ void BM_EvalFBank_FFTWPlainLoop_Magnitude(benchmark::State& state) {
     PlainBank p = plainCopy(b);
     std::vector<float> frame = randomData(kFftLen, kWin), mag(kBins), out(kFilters);
     float* in = fftwf_alloc_real(kFftLen);
-    fftwf_complex* spec = fftwf_alloc_complex(kBins);
-    fftwf_plan plan = fftwf_plan_dft_r2c_1d(kFftLen, in, spec, FFTW_MEASURE);
+    fftwf_complex* bins = fftwf_alloc_complex(kBins);
+    fftwf_plan plan = fftwf_plan_dft_r2c_1d(kFftLen, in, bins, FFTW_MEASURE);
     for (auto _ : state) {
         for (int t = 0; t < kFftLen; ++t) in[t] = frame[t];
         fftwf_execute(plan);
-        for (int k = 0; k < kBins; ++k) mag[k] = sqrtf(spec[k][0] * spec[k][0] + spec[k][1] * spec[k][1]);
+        for (int k = 0; k < kBins; ++k) mag[k] = sqrtf(bins[k][0] * bins[k][0] + bins[k][1] * bins[k][1]);
         plainEval(mag.data(), out.data(), p);
         benchmark::DoNotOptimize(out.data());
     }
     state.SetItemsProcessed(state.iterations());
     fftwf_destroy_plan(plan);
-    fftwf_free(spec);
+    fftwf_free(bins);
     fftwf_free(in);
     zelsFBankFree_32f(b);
 }

@@ -22,8 +22,8 @@ std::vector<float> signal(int n) {
 void BM_Zelsr(benchmark::State& state) {
     const int order = int(state.range(0));
     const int n = 1 << order;
-    ZelFFTSpec_R_32f* spec = nullptr;
-    if (ownFFTInitAlloc_R_32f(&spec, order, 8, 0) != zelStsNoErr) {
+    ZelFFTSpec_R_32f* plan = nullptr;
+    if (ownFFTInitAlloc_R_32f(&plan, order, 8, 0) != zelStsNoErr) {
         state.SkipWithError("no plan");
         return;
     }
@@ -35,14 +35,14 @@ void BM_Zelsr(benchmark::State& state) {
     const std::vector<float> s = signal(n);
     std::copy(s.begin(), s.end(), x);
     for (auto _ : state) {
-        ownFFTFwd_R_32f(x, y, spec, work);
+        ownFFTFwd_R_32f(x, y, plan, work);
         benchmark::DoNotOptimize(y);
         benchmark::ClobberMemory();
     }
     zelFree(y);
     zelFree(x);
     zelFree(work);
-    ownFFTFree_R_32f(spec);
+    ownFFTFree_R_32f(plan);
 }
 
 void BM_Fftw(benchmark::State& state) {

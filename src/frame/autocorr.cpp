@@ -48,20 +48,20 @@ ZelStatus autoCorrByFft(const Zel32f* pSrc, int srcLen, Zel32f* pDst, int dstLen
         order = 2;
         while ((int64_t(1) << order) < 2 * int64_t(srcLen)) ++order;
     }
-    ZelFFTSpec_R_32f* spec = nullptr;
-    if (ZelStatus s = ownFFTInitAlloc_R_32f(&spec, order, 2, 0)) return s;
+    ZelFFTSpec_R_32f* plan = nullptr;
+    if (ZelStatus s = ownFFTInitAlloc_R_32f(&plan, order, 2, 0)) return s;
     const int n = 1 << order;
     Zel32f* buf = ownMalloc_32f(n);
-    Zel8u* work = spec->workSize > 0 ? ownMalloc_8u(spec->workSize) : nullptr;
-    if (buf == nullptr || (spec->workSize > 0 && work == nullptr)) {
+    Zel8u* work = plan->workSize > 0 ? ownMalloc_8u(plan->workSize) : nullptr;
+    if (buf == nullptr || (plan->workSize > 0 && work == nullptr)) {
         ownFree(buf);
         ownFree(work);
-        ownFFTFree_R_32f(spec);
+        ownFFTFree_R_32f(plan);
         return zelStsMemAllocErr;
     }
     for (int i = 0; i < srcLen; ++i) buf[i] = pSrc[i];
     for (int i = srcLen; i < n; ++i) buf[i] = 0.0f;
-    ZelStatus status = ownFFTFwd_R_32f(buf, buf, spec, work);
+    ZelStatus status = ownFFTFwd_R_32f(buf, buf, plan, work);
     if (status == zelStsNoErr) {
         // Power spectrum in the packed layout: bins 0 and N/2 are real.
         buf[0] = buf[0] * buf[0];
@@ -70,7 +70,7 @@ ZelStatus autoCorrByFft(const Zel32f* pSrc, int srcLen, Zel32f* pDst, int dstLen
             buf[k] = buf[k] * buf[k] + buf[k + 1] * buf[k + 1];
             buf[k + 1] = 0.0f;
         }
-        status = ownFFTInv_R_32f(buf, buf, spec, work);
+        status = ownFFTInv_R_32f(buf, buf, plan, work);
     }
     if (status == zelStsNoErr) {
         for (int k = 0; k < lags; ++k) pDst[k] = buf[k];
@@ -78,7 +78,7 @@ ZelStatus autoCorrByFft(const Zel32f* pSrc, int srcLen, Zel32f* pDst, int dstLen
     }
     ownFree(work);
     ownFree(buf);
-    ownFFTFree_R_32f(spec);
+    ownFFTFree_R_32f(plan);
     return status;
 }
 

@@ -123,32 +123,32 @@ float* remainingPasses(float* x, float* y, int64_t m, const float* chain) {
 
 // Forward transform of order 5 and more; s0 is the output scale. Bins 0 and
 // N/2 are real and come from the first complex value alone.
-void forwardVector(const ZelFFTSpec_R_32f& spec, const float* pSrc, float* pDst, float* work, float s0,
+void forwardVector(const ZelFFTSpec_R_32f& plan, const float* pSrc, float* pDst, float* work, float s0,
                    bool unfolded) {
-    const int64_t m = (int64_t(1) << spec.order) / 2;
+    const int64_t m = (int64_t(1) << plan.order) / 2;
     float* a = work;
     float* b = work + 2 * m;
-    firstPass(InterleavedIn{pSrc}, a, a + m, m, spec.pPassTwiddles);
-    const float* z = remainingPasses(a, b, m, spec.pPassTwiddles);
-    splitForward(z, z + m, pDst, m, spec.pSplitTwiddles, 0.5f * s0);
+    firstPass(InterleavedIn{pSrc}, a, a + m, m, plan.pPassTwiddles);
+    const float* z = remainingPasses(a, b, m, plan.pPassTwiddles);
+    splitForward(z, z + m, pDst, m, plan.pSplitTwiddles, 0.5f * s0);
     storeEdges(pDst, m, (z[0] + z[m]) * s0, (z[0] - z[m]) * s0, unfolded);
 }
 
-void inverseVector(const ZelFFTSpec_R_32f& spec, const float* pSrc, float* pDst, float* work, float sc) {
-    const int64_t m = (int64_t(1) << spec.order) / 2;
+void inverseVector(const ZelFFTSpec_R_32f& plan, const float* pSrc, float* pDst, float* work, float sc) {
+    const int64_t m = (int64_t(1) << plan.order) / 2;
     float* a = work;
     float* b = work + 2 * m;
-    splitInverse(pSrc, b, b + m, m, spec.pSplitTwiddles, sc);
+    splitInverse(pSrc, b, b + m, m, plan.pSplitTwiddles, sc);
     b[0] = (pSrc[0] - pSrc[1]) * sc;
     b[m] = (pSrc[0] + pSrc[1]) * sc;
-    firstPass(SplitIn{b, b + m}, a, a + m, m, spec.pPassTwiddles);
-    const float* y = remainingPasses(a, b, m, spec.pPassTwiddles);
+    firstPass(SplitIn{b, b + m}, a, a + m, m, plan.pPassTwiddles);
+    const float* y = remainingPasses(a, b, m, plan.pPassTwiddles);
     interleaveExchanged(y, y + m, pDst, m);
 }
 
 // Orders 0 to 4 on the stack, on the scalar path.
-void forwardSmall(const ZelFFTSpec_R_32f& spec, const float* pSrc, float* pDst, float s0, bool unfolded) {
-    const int64_t n = int64_t(1) << spec.order;
+void forwardSmall(const ZelFFTSpec_R_32f& plan, const float* pSrc, float* pDst, float s0, bool unfolded) {
+    const int64_t n = int64_t(1) << plan.order;
     if (n == 1) {
         pDst[0] = pSrc[0] * s0;
         if (unfolded) pDst[1] = pDst[2] = 0.0f;
@@ -162,8 +162,8 @@ void forwardSmall(const ZelFFTSpec_R_32f& spec, const float* pSrc, float* pDst, 
     storeEdges(pDst, m, (z[0] + z[m]) * s0, (z[0] - z[m]) * s0, unfolded);
 }
 
-void inverseSmall(const ZelFFTSpec_R_32f& spec, const float* pSrc, float* pDst, float sc) {
-    const int64_t n = int64_t(1) << spec.order;
+void inverseSmall(const ZelFFTSpec_R_32f& plan, const float* pSrc, float* pDst, float sc) {
+    const int64_t n = int64_t(1) << plan.order;
     if (n == 1) {
         pDst[0] = pSrc[0] * sc;
         return;
@@ -186,9 +186,9 @@ ZelStatus checkTransform(const void* pSrc, const void* pDst, const ZelFFTSpec_R_
 // Scratch of a transform: the caller's, or a block for this call only.
 class Scratch {
 public:
-    Scratch(const ZelFFTSpec_R_32f& spec, Zel8u* pWork) : owned_(nullptr), p_(nullptr) {
-        if (spec.workSize == 0) return;
-        if (pWork == nullptr) pWork = owned_ = ownMalloc_8u(spec.workSize);
+    Scratch(const ZelFFTSpec_R_32f& plan, Zel8u* pWork) : owned_(nullptr), p_(nullptr) {
+        if (plan.workSize == 0) return;
+        if (pWork == nullptr) pWork = owned_ = ownMalloc_8u(plan.workSize);
         if (pWork != nullptr) p_ = alignUp<float>(pWork, 64);
     }
     ~Scratch() { ownFree(owned_); }
@@ -202,30 +202,30 @@ private:
 };
 
 // A state of either kind in a block of its own, which its Free releases.
-template <class Spec, class Init>
-ZelStatus initAlloc(Spec** ppSpec, int order, int flag, int hint, int64_t (*bytes)(int), Init init) {
+template <class Plan, class Init>
+ZelStatus initAlloc(Plan** ppSpec, int order, int flag, int hint, int64_t (*bytes)(int), Init init) {
     if (ZelStatus s = firstError(requireNonNull(ppSpec), checkOrderFlag(order, flag))) return s;
     Zel8u* block = ownMalloc_8u(int(bytes(order)));
     if (block == nullptr) return zelStsMemAllocErr;
-    Spec* spec = nullptr;
-    init(&spec, order, flag, hint, block, nullptr);
-    spec->ownsMemory = 1;
-    *ppSpec = spec;
+    Plan* plan = nullptr;
+    init(&plan, order, flag, hint, block, nullptr);
+    plan->ownsMemory = 1;
+    *ppSpec = plan;
     return zelStsNoErr;
 }
 
 ZelStatus forward(const Zel32f* pSrc, Zel32f* pDst, const ZelFFTSpec_R_32f* pSpec, Zel8u* pWork, bool unfolded) {
     if (ZelStatus s = checkTransform(pSrc, pDst, pSpec)) return s;
-    const ZelFFTSpec_R_32f& spec = *pSpec;
-    const float s0 = spec.doScaleFwd ? spec.scale : 1.0f;
-    if (spec.order < kFirstTableOrder) {
-        forwardSmall(spec, pSrc, pDst, s0, unfolded);
+    const ZelFFTSpec_R_32f& plan = *pSpec;
+    const float s0 = plan.doScaleFwd ? plan.scale : 1.0f;
+    if (plan.order < kFirstTableOrder) {
+        forwardSmall(plan, pSrc, pDst, s0, unfolded);
         return zelStsNoErr;
     }
-    Scratch scratch(spec, pWork);
+    Scratch scratch(plan, pWork);
     float* work = scratch.get();
     if (work == nullptr) return zelStsMemAllocErr;
-    forwardVector(spec, pSrc, pDst, work, s0, unfolded);
+    forwardVector(plan, pSrc, pDst, work, s0, unfolded);
     return zelStsNoErr;
 }
 
@@ -250,32 +250,32 @@ ZelStatus ownFFTInit_R_32f(ZelFFTSpec_R_32f** ppSpec, int order, int flag, int h
                            Zel8u* pInitMem) {
     (void)pInitMem;
     if (ZelStatus s = firstError(requireNonNull(ppSpec, pSpecMem), checkOrderFlag(order, flag))) return s;
-    ZelFFTSpec_R_32f* spec = alignUp<ZelFFTSpec_R_32f>(pSpecMem, 64);
+    ZelFFTSpec_R_32f* plan = alignUp<ZelFFTSpec_R_32f>(pSpecMem, 64);
     const int64_t n = int64_t(1) << order;
     const int64_t m = n / 2;
-    spec->tag = kTag32f;
-    spec->order = order;
-    spec->doScaleFwd = flag == 1 || flag == 4;
-    spec->doScaleInv = flag == 2 || flag == 4;
-    spec->scale = flag == 4 ? float(1.0 / sqrt(double(n))) : float(1.0 / double(n));
-    spec->hint = hint;
-    spec->workSize = int(workBytes32f(order));
-    spec->ownsMemory = 0;
-    spec->numThreads = ownGetNumThreads();
-    spec->pPassTwiddles = nullptr;
-    spec->pSplitTwiddles = nullptr;
-    spec->pBlock = pSpecMem;
+    plan->tag = kTag32f;
+    plan->order = order;
+    plan->doScaleFwd = flag == 1 || flag == 4;
+    plan->doScaleInv = flag == 2 || flag == 4;
+    plan->scale = flag == 4 ? float(1.0 / sqrt(double(n))) : float(1.0 / double(n));
+    plan->hint = hint;
+    plan->workSize = int(workBytes32f(order));
+    plan->ownsMemory = 0;
+    plan->numThreads = ownGetNumThreads();
+    plan->pPassTwiddles = nullptr;
+    plan->pSplitTwiddles = nullptr;
+    plan->pBlock = pSpecMem;
     if (order > kStaticTableOrder) {
-        float* tables = reinterpret_cast<float*>(reinterpret_cast<Zel8u*>(spec) + kHeader32f);
+        float* tables = reinterpret_cast<float*>(reinterpret_cast<Zel8u*>(plan) + kHeader32f);
         fillChain(tables, m);
         fillSplit(tables + chainFloats(m), m);
-        spec->pPassTwiddles = tables;
-        spec->pSplitTwiddles = tables + chainFloats(m);
+        plan->pPassTwiddles = tables;
+        plan->pSplitTwiddles = tables + chainFloats(m);
     } else if (order >= kFirstTableOrder) {
-        spec->pPassTwiddles = staticChain(m);
-        spec->pSplitTwiddles = staticSplit(m);
+        plan->pPassTwiddles = staticChain(m);
+        plan->pSplitTwiddles = staticSplit(m);
     }
-    *ppSpec = spec;
+    *ppSpec = plan;
     return zelStsNoErr;
 }
 
@@ -301,16 +301,16 @@ ZelStatus ownFFTFwd_RUnfolded_32f(const Zel32f* pSrc, Zel32f* pDst, const ZelFFT
 
 ZelStatus ownFFTInv_R_32f(const Zel32f* pSrc, Zel32f* pDst, const ZelFFTSpec_R_32f* pSpec, Zel8u* pWork) {
     if (ZelStatus s = checkTransform(pSrc, pDst, pSpec)) return s;
-    const ZelFFTSpec_R_32f& spec = *pSpec;
-    const float sc = spec.doScaleInv ? spec.scale : 1.0f;
-    if (spec.order < kFirstTableOrder) {
-        inverseSmall(spec, pSrc, pDst, sc);
+    const ZelFFTSpec_R_32f& plan = *pSpec;
+    const float sc = plan.doScaleInv ? plan.scale : 1.0f;
+    if (plan.order < kFirstTableOrder) {
+        inverseSmall(plan, pSrc, pDst, sc);
         return zelStsNoErr;
     }
-    Scratch scratch(spec, pWork);
+    Scratch scratch(plan, pWork);
     float* work = scratch.get();
     if (work == nullptr) return zelStsMemAllocErr;
-    inverseVector(spec, pSrc, pDst, work, sc);
+    inverseVector(plan, pSrc, pDst, work, sc);
     return zelStsNoErr;
 }
 
@@ -330,17 +330,17 @@ ZelStatus ownFFTInit_R_16s32s(ZelFFTSpec_R_16s32s** ppSpec, int order, int flag,
                               Zel8u* pInitMem) {
     (void)pInitMem;
     if (ZelStatus s = firstError(requireNonNull(ppSpec, pSpecMem), checkOrderFlag(order, flag))) return s;
-    ZelFFTSpec_R_16s32s* spec = alignUp<ZelFFTSpec_R_16s32s>(pSpecMem, 64);
+    ZelFFTSpec_R_16s32s* plan = alignUp<ZelFFTSpec_R_16s32s>(pSpecMem, 64);
     ZelFFTSpec_R_32f* inner = nullptr;
-    ownFFTInit_R_32f(&inner, order, flag, hint, reinterpret_cast<Zel8u*>(spec) + kHeader16s, nullptr);
-    spec->tag = kTag16s32s;
-    spec->order = order;
-    spec->ownsMemory = 0;
-    spec->workSize = int(workBytes16s(order));
-    spec->reserved = 0;
-    spec->pSpec32f = inner;
-    spec->pBlock = pSpecMem;
-    *ppSpec = spec;
+    ownFFTInit_R_32f(&inner, order, flag, hint, reinterpret_cast<Zel8u*>(plan) + kHeader16s, nullptr);
+    plan->tag = kTag16s32s;
+    plan->order = order;
+    plan->ownsMemory = 0;
+    plan->workSize = int(workBytes16s(order));
+    plan->reserved = 0;
+    plan->pSpec32f = inner;
+    plan->pBlock = pSpecMem;
+    *ppSpec = plan;
     return zelStsNoErr;
 }
 

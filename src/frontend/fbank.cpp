@@ -68,7 +68,7 @@ struct Blocks {
     FftSize fft;
     int nFilter;
     bool magnitude;
-    int64_t spec, init, work, scratch;  // magnitude input only
+    int64_t plan, init, work, scratch;  // magnitude input only
     int64_t centres, mel, left, right, pos;
 };
 
@@ -81,9 +81,9 @@ ZelStatus blocksOf(int winSize, int nFilter, int mode, Blocks& z) {
     z.nFilter = nFilter;
     z.magnitude = (mode & zelFBankMagnitudeInput) != 0;
     if (z.magnitude) {
-        int spec = 0, init = 0, work = 0;
-        if (ZelStatus s = Kind<S>::fftGetSize(z.fft.order, &spec, &init, &work)) return s;
-        z.spec = spec, z.init = init, z.work = work;
+        int plan = 0, init = 0, work = 0;
+        if (ZelStatus s = Kind<S>::fftGetSize(z.fft.order, &plan, &init, &work)) return s;
+        z.plan = plan, z.init = init, z.work = work;
         z.scratch = 4 * scratchElements(z.fft.len);
     }
     const int64_t list = 4 * int64_t(rowsOf(nFilter));
@@ -98,7 +98,7 @@ template <class S>
 int64_t formulaBytes(const Blocks& z) {
     const int64_t n4 = 4 * int64_t(z.nFilter);
     int64_t total = recordBytes<S>();
-    if (z.magnitude) total += z.spec + z.init + z.work + 96 + 8 * int64_t(z.fft.len) + 64;
+    if (z.magnitude) total += z.plan + z.init + z.work + 96 + 8 * int64_t(z.fft.len) + 64;
     total += (n4 + 44) + (n4 + 40) + (z.left + 32) + (z.right + 32) + (n4 + 40);
     return total;
 }
@@ -108,7 +108,7 @@ int64_t formulaBytes(const Blocks& z) {
 template <class S>
 int64_t worstBytes(const Blocks& z) {
     int64_t total = int64_t(sizeof(S));
-    if (z.magnitude) total += z.spec + z.init + z.work + z.scratch + 4 * 31;
+    if (z.magnitude) total += z.plan + z.init + z.work + z.scratch + 4 * 31;
     total += z.centres + z.mel + z.left + z.right + z.pos + 5 * 31;
     return total;
 }
@@ -297,12 +297,12 @@ ZelStatus melInit(S* pFBank, int* pFFTOrder, const MelArgs& a) {
     S& b = *pFBank;
     Carver mem{reinterpret_cast<Zel8u*>(pFBank) + sizeof(S)};
     if (z.magnitude) {
-        Zel8u* spec = mem.take(z.spec);
+        Zel8u* plan = mem.take(z.plan);
         Zel8u* init = mem.take(z.init);
         b.pFFTWork = mem.take(z.work);
         b.pWork = reinterpret_cast<W*>(mem.take(z.scratch));
         memset(b.pWork, 0, size_t(z.scratch));
-        if (ZelStatus s = Kind<S>::fftInit(&b.pFFTSpec, z.fft.order, spec, init)) return s;
+        if (ZelStatus s = Kind<S>::fftInit(&b.pFFTSpec, z.fft.order, plan, init)) return s;
     }
     b.pCenters = reinterpret_cast<Zel32s*>(mem.take(z.centres));
     float* m = reinterpret_cast<float*>(mem.take(z.mel));

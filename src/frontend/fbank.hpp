@@ -85,12 +85,12 @@ constexpr FftSize fftSizeOf(int winSize) {
 }
 
 // The record of the float and the 16-bit bank. W is the row element type,
-// Spec the FFT plan of the magnitude path. A builder clears the record, sets
+// Plan the type of the FFT plan of the magnitude path. A builder clears the record, sets
 // its pointers and ownership, lays out both row tables with layoutRowTable
 // (left rows fftLen/2 + kLeftLead wide and led by kLeftLead, right rows
 // fftLen/2 wide), fills centres and rows, calls initRecord, sets isReady, and
 // writes the kind word last.
-template <class W, class Spec>
+template <class W, class Plan>
 struct Record {
     Zel32u tag;            // kind word; cleared on release
     Zel32s* pCenters;      // c[0] .. c[nFilter + 1]
@@ -105,7 +105,7 @@ struct Record {
     Zel32f melDiv;
     Zel8u isReady;         // the centres are valid
     Zel8u ownsMemory;      // an Ownership
-    Spec* pFFTSpec;        // forward real FFT plan, magnitude input only
+    Plan* pFFTSpec;        // forward real FFT plan, magnitude input only
     W* pWork;              // unfolded spectrum, then its magnitudes; magnitude input only
     Zel8u* pFFTWork;       // the transform's own scratch; magnitude input only
 };
@@ -139,38 +139,38 @@ struct Kind;
 template <>
 struct Kind<ZelFBankState_32f> {
     using Weight = Zel32f;
-    using Spec = ZelFFTSpec_R_32f;
+    using Plan = ZelFFTSpec_R_32f;
     static constexpr Zel32u kTag = kTag32f;
     static constexpr int kRecordBytes32 = 84;  // the record with 4-byte pointers
-    static ZelStatus fftGetSize(int order, int* spec, int* init, int* work) {
-        return ownFFTGetSize_R_32f(order, 8, zelAlgHintAccurate, spec, init, work);
+    static ZelStatus fftGetSize(int order, int* plan, int* init, int* work) {
+        return ownFFTGetSize_R_32f(order, 8, zelAlgHintAccurate, plan, init, work);
     }
-    static ZelStatus fftInit(Spec** pp, int order, Zel8u* spec, Zel8u* init) {
-        return ownFFTInit_R_32f(pp, order, 8, zelAlgHintAccurate, spec, init);
+    static ZelStatus fftInit(Plan** pp, int order, Zel8u* plan, Zel8u* init) {
+        return ownFFTInit_R_32f(pp, order, 8, zelAlgHintAccurate, plan, init);
     }
-    static ZelStatus fftInitAlloc(Spec** pp, int order) {
+    static ZelStatus fftInitAlloc(Plan** pp, int order) {
         return ownFFTInitAlloc_R_32f(pp, order, 8, zelAlgHintAccurate);
     }
-    static ZelStatus fftFree(Spec* p) { return ownFFTFree_R_32f(p); }
+    static ZelStatus fftFree(Plan* p) { return ownFFTFree_R_32f(p); }
     static void setShift(ZelFBankState_32f&) {}
 };
 
 template <>
 struct Kind<ZelFBankState_16s> {
     using Weight = Zel32s;
-    using Spec = ZelFFTSpec_R_16s32s;
+    using Plan = ZelFFTSpec_R_16s32s;
     static constexpr Zel32u kTag = kTag16s;
     static constexpr int kRecordBytes32 = 88;
-    static ZelStatus fftGetSize(int order, int* spec, int* init, int* work) {
-        return ownFFTGetSize_R_16s32s(order, 8, zelAlgHintAccurate, spec, init, work);
+    static ZelStatus fftGetSize(int order, int* plan, int* init, int* work) {
+        return ownFFTGetSize_R_16s32s(order, 8, zelAlgHintAccurate, plan, init, work);
     }
-    static ZelStatus fftInit(Spec** pp, int order, Zel8u* spec, Zel8u* init) {
-        return ownFFTInit_R_16s32s(pp, order, 8, zelAlgHintAccurate, spec, init);
+    static ZelStatus fftInit(Plan** pp, int order, Zel8u* plan, Zel8u* init) {
+        return ownFFTInit_R_16s32s(pp, order, 8, zelAlgHintAccurate, plan, init);
     }
-    static ZelStatus fftInitAlloc(Spec** pp, int order) {
+    static ZelStatus fftInitAlloc(Plan** pp, int order) {
         return ownFFTInitAlloc_R_16s32s(pp, order, 8, zelAlgHintAccurate);
     }
-    static ZelStatus fftFree(Spec* p) { return ownFFTFree_R_16s32s(p); }
+    static ZelStatus fftFree(Plan* p) { return ownFFTFree_R_16s32s(p); }
     static void setShift(ZelFBankState_16s& b) { b.coeffShift = kCoeffShift16s; }
 };
 

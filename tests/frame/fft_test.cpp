@@ -79,9 +79,9 @@ double packedError(const Reference& r, const float* y, double scale) {
 }
 
 struct Plan {
-    ZelFFTSpec_R_32f* spec = nullptr;
-    Plan(int order, int flag) { EXPECT_EQ(ownFFTInitAlloc_R_32f(&spec, order, flag, 0), zelStsNoErr); }
-    ~Plan() { EXPECT_EQ(ownFFTFree_R_32f(spec), zelStsNoErr); }
+    ZelFFTSpec_R_32f* state = nullptr;
+    Plan(int order, int flag) { EXPECT_EQ(ownFFTInitAlloc_R_32f(&state, order, flag, 0), zelStsNoErr); }
+    ~Plan() { EXPECT_EQ(ownFFTFree_R_32f(state), zelStsNoErr); }
 };
 
 // Both layouts and the round trip through the inverse, for every flag, and
@@ -96,8 +96,8 @@ TEST(Fft, MatchesDirectDftForEveryOrderAndFlag) {
             SCOPED_TRACE(flag);
             Plan plan(order, flag);
             std::vector<float> packed(n + 4, -7.0f), unfolded(n + 4, -7.0f), back(n, 0.0f);
-            ASSERT_EQ(ownFFTFwd_R_32f(r.x.data(), packed.data(), plan.spec, nullptr), zelStsNoErr);
-            ASSERT_EQ(ownFFTFwd_RUnfolded_32f(r.x.data(), unfolded.data(), plan.spec, nullptr), zelStsNoErr);
+            ASSERT_EQ(ownFFTFwd_R_32f(r.x.data(), packed.data(), plan.state, nullptr), zelStsNoErr);
+            ASSERT_EQ(ownFFTFwd_RUnfolded_32f(r.x.data(), unfolded.data(), plan.state, nullptr), zelStsNoErr);
             const double err = packedError(r, packed.data(), forwardScale(flag, n));
             EXPECT_LT(err, kTolerance);
             gWorstForward = std::max(gWorstForward, err);
@@ -108,7 +108,7 @@ TEST(Fft, MatchesDirectDftForEveryOrderAndFlag) {
             moved[1] = 0.0f, moved[n] = n > 1 ? packed[1] : 0.0f, moved[n + 1] = 0.0f;
             for (int i = 0; i < n + 4; ++i) EXPECT_SAME_BITS(unfolded[i], moved[i]) << i;
 
-            ASSERT_EQ(ownFFTInv_R_32f(packed.data(), back.data(), plan.spec, nullptr), zelStsNoErr);
+            ASSERT_EQ(ownFFTInv_R_32f(packed.data(), back.data(), plan.state, nullptr), zelStsNoErr);
             const double trip = n * forwardScale(flag, n) * inverseScale(flag, n);
             double peakX = 0, worst = 0;
             for (int i = 0; i < n; ++i) peakX = std::max(peakX, std::fabs(double(r.x[i])));
@@ -147,16 +147,16 @@ TEST(Fft, SixteenBitWrapperRoundsTheFloatSpectrum) {
         std::vector<float> xf(x.begin(), x.end()), packed(n);
         for (int flag : kFlags) {
             Plan plan(order, flag);
-            ASSERT_EQ(ownFFTFwd_R_32f(xf.data(), packed.data(), plan.spec, nullptr), zelStsNoErr);
-            ZelFFTSpec_R_16s32s* spec = nullptr;
-            ASSERT_EQ(ownFFTInitAlloc_R_16s32s(&spec, order, flag, 0), zelStsNoErr);
+            ASSERT_EQ(ownFFTFwd_R_32f(xf.data(), packed.data(), plan.state, nullptr), zelStsNoErr);
+            ZelFFTSpec_R_16s32s* state = nullptr;
+            ASSERT_EQ(ownFFTInitAlloc_R_16s32s(&state, order, flag, 0), zelStsNoErr);
             int specSize, initSize, workSize;
             ASSERT_EQ(ownFFTGetSize_R_16s32s(order, flag, 0, &specSize, &initSize, &workSize), zelStsNoErr);
             std::vector<Zel8u> work(workSize + 5);
             for (int sf : {0, 4, -3}) {
                 std::vector<Zel32s> got(n + 3, 12345), fromOwnWork(n + 3, 12345);
-                ASSERT_EQ(ownFFTFwd_R_16s32s_Sfs(x.data(), got.data(), spec, sf, nullptr), zelStsNoErr);
-                ASSERT_EQ(ownFFTFwd_R_16s32s_Sfs(x.data(), fromOwnWork.data(), spec, sf, work.data() + 5),
+                ASSERT_EQ(ownFFTFwd_R_16s32s_Sfs(x.data(), got.data(), state, sf, nullptr), zelStsNoErr);
+                ASSERT_EQ(ownFFTFwd_R_16s32s_Sfs(x.data(), fromOwnWork.data(), state, sf, work.data() + 5),
                           zelStsNoErr);
                 std::vector<Zel32s> want(n + 3, 12345);
                 for (int i = 0; i < n; ++i) {
@@ -168,7 +168,7 @@ TEST(Fft, SixteenBitWrapperRoundsTheFloatSpectrum) {
                 EXPECT_EQ(got, want) << "flag " << flag << " scale factor " << sf;
                 EXPECT_EQ(fromOwnWork, want);
             }
-            EXPECT_EQ(ownFFTFree_R_16s32s(spec), zelStsNoErr);
+            EXPECT_EQ(ownFFTFree_R_16s32s(state), zelStsNoErr);
         }
     }
 }
@@ -193,7 +193,7 @@ TEST(Fft, BadArgumentsLeaveOutputsAlone) {
         EXPECT_TRUE(a > 0 && c > 0) << a << " " << c;
     }
 
-    ZelFFTSpec_R_32f* spec = nullptr;
+    ZelFFTSpec_R_32f* state = nullptr;
     ZelFFTSpec_R_32f* const untouched = reinterpret_cast<ZelFFTSpec_R_32f*>(uintptr_t(0x40));
     ZelFFTSpec_R_32f* out = untouched;
     Zel8u mem[256];
@@ -207,12 +207,12 @@ TEST(Fft, BadArgumentsLeaveOutputsAlone) {
     EXPECT_EQ(out, untouched);
 
     // Transforms: null pointers first, then the tag of the state.
-    ASSERT_EQ(ownFFTInitAlloc_R_32f(&spec, 6, 8, 0), zelStsNoErr);
+    ASSERT_EQ(ownFFTInitAlloc_R_32f(&state, 6, 8, 0), zelStsNoErr);
     float src[66] = {1.0f}, dst[66];
     std::fill(dst, dst + 66, 3.0f);
     for (auto fn : {ownFFTFwd_R_32f, ownFFTFwd_RUnfolded_32f, ownFFTInv_R_32f}) {
-        EXPECT_EQ(fn(nullptr, dst, spec, nullptr), zelStsNullPtrErr);
-        EXPECT_EQ(fn(src, nullptr, spec, nullptr), zelStsNullPtrErr);
+        EXPECT_EQ(fn(nullptr, dst, state, nullptr), zelStsNullPtrErr);
+        EXPECT_EQ(fn(src, nullptr, state, nullptr), zelStsNullPtrErr);
         EXPECT_EQ(fn(src, dst, nullptr, nullptr), zelStsNullPtrErr);
     }
     ZelFFTSpec_R_16s32s* spec16 = nullptr;
@@ -220,7 +220,7 @@ TEST(Fft, BadArgumentsLeaveOutputsAlone) {
     // A state of the other kind has the wrong tag.
     EXPECT_EQ(ownFFTFwd_R_32f(src, dst, reinterpret_cast<ZelFFTSpec_R_32f*>(spec16), nullptr), zelStsContextMatchErr);
     EXPECT_EQ(ownFFTFree_R_32f(reinterpret_cast<ZelFFTSpec_R_32f*>(spec16)), zelStsContextMatchErr);
-    EXPECT_EQ(ownFFTFree_R_16s32s(reinterpret_cast<ZelFFTSpec_R_16s32s*>(spec)), zelStsContextMatchErr);
+    EXPECT_EQ(ownFFTFree_R_16s32s(reinterpret_cast<ZelFFTSpec_R_16s32s*>(state)), zelStsContextMatchErr);
 
     // A released state in caller memory keeps its block but not its tag.
     int specSize, initSize, workSize;
@@ -239,13 +239,13 @@ TEST(Fft, BadArgumentsLeaveOutputsAlone) {
     Zel16s s16[64] = {1};
     Zel32s d32[66];
     std::fill(d32, d32 + 66, 5);
-    auto* wrong = reinterpret_cast<ZelFFTSpec_R_16s32s*>(spec);
+    auto* wrong = reinterpret_cast<ZelFFTSpec_R_16s32s*>(state);
     zt::expectStatuses({{ownFFTFwd_R_16s32s_Sfs(nullptr, nullptr, nullptr, 0, nullptr), zelStsNullPtrErr},
                         {ownFFTFwd_R_16s32s_Sfs(nullptr, nullptr, wrong, 0, nullptr), zelStsContextMatchErr},
                         {ownFFTFwd_R_16s32s_Sfs(nullptr, d32, spec16, 0, nullptr), zelStsNullPtrErr},
                         {ownFFTFwd_R_16s32s_Sfs(s16, nullptr, spec16, 0, nullptr), zelStsNullPtrErr},
                         {ownFFTFree_R_16s32s(spec16), zelStsNoErr},
-                        {ownFFTFree_R_32f(spec), zelStsNoErr}});
+                        {ownFFTFree_R_32f(state), zelStsNoErr}});
     zt::expectUntouched(d32, 66, 5);
 }
 
@@ -268,10 +268,10 @@ TEST(Fft, EveryBuildGivesTheSameBits) {
         for (float& v : x) v = next();
         for (int flag : kFlags) {
             Plan plan(order, flag);
-            ASSERT_EQ(ownFFTFwd_RUnfolded_32f(x.data(), y.data(), plan.spec, nullptr), zelStsNoErr);
+            ASSERT_EQ(ownFFTFwd_RUnfolded_32f(x.data(), y.data(), plan.state, nullptr), zelStsNoErr);
             mix(y.data(), n + 2);
-            ASSERT_EQ(ownFFTFwd_R_32f(x.data(), y.data(), plan.spec, nullptr), zelStsNoErr);
-            ASSERT_EQ(ownFFTInv_R_32f(y.data(), back.data(), plan.spec, nullptr), zelStsNoErr);
+            ASSERT_EQ(ownFFTFwd_R_32f(x.data(), y.data(), plan.state, nullptr), zelStsNoErr);
+            ASSERT_EQ(ownFFTInv_R_32f(y.data(), back.data(), plan.state, nullptr), zelStsNoErr);
             mix(back.data(), n);
         }
     }

@@ -254,13 +254,13 @@ TEST(FBankEval, MagnitudeInputIsTheToolkitFFTThenTheSums) {
     vector<float> frame(fftLen, 0.0f), spectrum(fftLen + 2), mag(half + 1), got(n), want(n);
     zt::fillUniform(frame.data(), k.winSize, -1000.0, 1000.0);
     ASSERT_EQ(zelsEvalFBank_32f(frame.data(), got.data(), withFft), zelStsNoErr);
-    ZelFFTSpec_R_32f* spec = nullptr;
-    ASSERT_EQ(ownFFTInitAlloc_R_32f(&spec, order, 8, zelAlgHintAccurate), zelStsNoErr);
-    ASSERT_EQ(ownFFTFwd_RUnfolded_32f(frame.data(), spectrum.data(), spec, nullptr), zelStsNoErr);
+    ZelFFTSpec_R_32f* plan = nullptr;
+    ASSERT_EQ(ownFFTInitAlloc_R_32f(&plan, order, 8, zelAlgHintAccurate), zelStsNoErr);
+    ASSERT_EQ(ownFFTFwd_RUnfolded_32f(frame.data(), spectrum.data(), plan, nullptr), zelStsNoErr);
     ASSERT_EQ(ownMagnitude_32fc(spectrum.data(), mag.data(), half + 1), zelStsNoErr);
     ASSERT_EQ(zelsEvalFBank_32f(mag.data(), want.data(), plain), zelStsNoErr);
     for (int i = 0; i < n; ++i) EXPECT_SAME_BITS(got[i], want[i]) << "filter " << i + 1;
-    ownFFTFree_R_32f(spec);
+    ownFFTFree_R_32f(plan);
     zelsFBankFree_32f(withFft);
     zelsFBankFree_32f(plain);
 }
@@ -276,8 +276,8 @@ TEST(FBankEval, SixteenBitMagnitudeInputWrapsOnlyIn16sOutput) {
     int order = 0;
     ASSERT_EQ(build(zelsMelFBankInitAlloc_16s, &b, k, 6, &order), zelStsNoErr);
     ASSERT_EQ(build(zelsMelFBankInitAlloc_32f, &f, k, 6, &order), zelStsNoErr);
-    ZelFFTSpec_R_16s32s* spec = nullptr;
-    ASSERT_EQ(ownFFTInitAlloc_R_16s32s(&spec, order, 8, zelAlgHintAccurate), zelStsNoErr);
+    ZelFFTSpec_R_16s32s* plan = nullptr;
+    ASSERT_EQ(ownFFTInitAlloc_R_16s32s(&plan, order, 8, zelAlgHintAccurate), zelStsNoErr);
     vector<Zel32s> c(n + 2);
     zelsFBankGetCenters_16s(b, c.data());
     for (int amplitude : {6, 30000}) {
@@ -289,7 +289,7 @@ TEST(FBankEval, SixteenBitMagnitudeInputWrapsOnlyIn16sOutput) {
         }
         vector<Zel32s> spectrum(fftLen + 2), mag(half + 1), o32(n);
         vector<Zel16s> o16(n);
-        ASSERT_EQ(ownFFTFwd_R_16s32s_Sfs(frame.data(), spectrum.data(), spec, -3, nullptr), zelStsNoErr);
+        ASSERT_EQ(ownFFTFwd_R_16s32s_Sfs(frame.data(), spectrum.data(), plan, -3, nullptr), zelStsNoErr);
         ASSERT_EQ(ownMagnitude_32sc_Sfs(spectrum.data(), mag.data(), half + 1, -3), zelStsNoErr);
         ASSERT_EQ(zelsEvalFBank_32f(frameF.data(), outF.data(), f), zelStsNoErr);
         for (int sf : {-4, 0, 5}) {
@@ -316,7 +316,7 @@ TEST(FBankEval, SixteenBitMagnitudeInputWrapsOnlyIn16sOutput) {
             EXPECT_EQ(wrapped, amplitude == 30000);
         }
     }
-    ownFFTFree_R_16s32s(spec);
+    ownFFTFree_R_16s32s(plan);
     zelsFBankFree_16s(b);
     zelsFBankFree_32f(f);
 }
