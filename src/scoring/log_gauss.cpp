@@ -10,6 +10,7 @@
 #include "scoring/log_gauss_kernels.hpp"
 
 #include "frame/checks.hpp"
+#include "scoring/scoring_checks.hpp"
 #include "frame/dispatch.hpp"
 #include "scoring/log_gauss_avx2.hpp"
 #include "zelsr.h"
@@ -49,11 +50,6 @@ void byAlignment(X x, M m, W w, int height, Run run) {
         run(std::true_type{});
     else
         run(std::false_type{});
-}
-
-template <class T>
-SameRow<T> same(const T* p) {
-    return {p};
 }
 
 // On a processor with AVX2 its kernels score the whole blocks of eight rows,
@@ -224,24 +220,6 @@ ZelStatus scoreIdVarLowScaled(X src, const Zel16s* pMean, int width, Zel32f* pDs
 }
 
 // ---- Argument tests, in the family's order ---------------------------------------------
-
-template <class... P>
-ZelStatus checkD2(int step, int width, int height, const P*... p) {
-    return firstError(requireStride(step, width), requireNonNull(p...), requirePositive(width, height));
-}
-template <class... P>
-ZelStatus checkD2L(int width, int height, const P*... p) {
-    return firstError(requireNonNull(p...), requirePositive(width, height));
-}
-
-template <class T>
-BlockRows<T> block(const T* p, int step) {
-    return {p, step};
-}
-template <class T>
-TableRows<T> table(const T** rows) {
-    return {rows};
-}
 
 }  // namespace
 

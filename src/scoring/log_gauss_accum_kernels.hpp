@@ -17,6 +17,7 @@
 #include <type_traits>
 
 #include "frame/checks.hpp"
+#include "scoring/scoring_checks.hpp"
 #include "frame/fixed.hpp"
 #include "scoring/log_domain.hpp"
 #include "scoring/log_gauss_kernels.hpp"
@@ -323,18 +324,6 @@ void foldBlocks(T* pSrcDst, int height, Score score) {
         score(first, n, scratch);
         logAddInto(scratch, pSrcDst + first, n);
     }
-}
-
-// ---- Argument tests, in the families' order ----------------------------------------------
-
-// D2: the step first, then the pointers, then the sizes. D2L: no step.
-template <class... P>
-ZelStatus checkD2(int step, int width, int height, const P*... p) {
-    return firstError(requireStride(step, width), requireNonNull(p...), requirePositive(width, height));
-}
-template <class... P>
-ZelStatus checkD2L(int width, int height, const P*... p) {
-    return firstError(requireNonNull(p...), requirePositive(width, height));
 }
 
 }  // namespace zel::gauss::acc

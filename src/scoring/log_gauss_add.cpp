@@ -16,11 +16,6 @@ using namespace zel::gauss::acc;
 
 constexpr int kBlock = 128;
 
-template <class T>
-SameRow<T> same(const T* p) {
-    return {p};
-}
-
 // Frames of a D2 block or a D2L table against one Gaussian; the aligned
 // kernel needs the frame rows, the mean and the weights on 16 bytes.
 template <class X, class T, class W>
@@ -119,15 +114,6 @@ ZelStatus addIdVarLowScaled(X src, const Zel16s* pMean, int width, Zel32f* pSrcD
                   idVarLowScaled(b, n, sf, OneConst<Zel32f>{val}, Store32f{scratch});
               });
     return zelStsNoErr;
-}
-
-template <class T>
-BlockRows<T> block(const T* p, int step) {
-    return {p, step};
-}
-template <class T>
-TableRows<T> table(const T** rows) {
-    return {rows};
 }
 
 }  // namespace

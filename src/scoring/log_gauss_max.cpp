@@ -13,11 +13,6 @@ using namespace zel;
 using namespace zel::gauss;
 using namespace zel::gauss::acc;
 
-template <class T>
-SameRow<T> same(const T* p) {
-    return {p};
-}
-
 // Frames of a D2 block or a D2L table against one Gaussian; the aligned
 // kernel needs the frame rows, the mean and the weights on 16 bytes.
 template <class X, class T, class W>
@@ -102,15 +97,6 @@ ZelStatus maxIdVarLow16s32s(X src, const Zel16s* pMean, int width, Zel32s* pSrcD
     idLowFixed(frames(src, pMean, NoWeights{}, width, height), height, sf, OneConst<Zel32s>{val},
                KeepLargerAsSingle{pSrcDst});
     return zelStsNoErr;
-}
-
-template <class T>
-BlockRows<T> block(const T* p, int step) {
-    return {p, step};
-}
-template <class T>
-TableRows<T> table(const T** rows) {
-    return {rows};
 }
 
 }  // namespace

@@ -19,15 +19,6 @@ using namespace zel;
 using namespace zel::gauss;
 using namespace zel::gauss::mix;
 
-template <class T>
-BlockRows<T> block(const T* p, int step) {
-    return {p, step};
-}
-template <class T>
-TableRows<T> table(const T** rows) {
-    return {rows};
-}
-
 // ---- Plain members ----------------------------------------------------------------
 
 template <class... P>

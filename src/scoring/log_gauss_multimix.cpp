@@ -164,15 +164,6 @@ ZelStatus addMixScaled(X mean, X var, const Zel16s* pSrc, int width, const Zel32
     return zelStsNoErr;
 }
 
-template <class T>
-BlockRows<T> block(const T* p, int step) {
-    return {p, step};
-}
-template <class T>
-TableRows<T> table(const T** rows) {
-    return {rows};
-}
-
 }  // namespace
 
 extern "C" {

@@ -43,6 +43,20 @@ struct NoWeights {
 template <class W>
 inline constexpr bool kWeighted = !std::is_same_v<W, NoWeights>;
 
+// The accessors that the exported functions hand their kernels.
+template <class T>
+BlockRows<T> block(const T* p, int step) {
+    return {p, step};
+}
+template <class T>
+TableRows<T> table(const T** rows) {
+    return {rows};
+}
+template <class T>
+SameRow<T> same(const T* p) {
+    return {p};
+}
+
 // The rows from row y on, as rows 0, 1, ...
 template <class T>
 BlockRows<T> rowsFrom(BlockRows<T> r, int y) {

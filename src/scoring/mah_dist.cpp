@@ -5,6 +5,7 @@
 // variances (the difference taken mean minus frame, which squares the same);
 // both run the frame kernels, row by row on four lanes in single precision.
 #include "frame/checks.hpp"
+#include "scoring/scoring_checks.hpp"
 #include "frame/fixed.hpp"
 #include "scoring/single_vector_kernels.hpp"
 #include "zelsr.h"
@@ -31,29 +32,8 @@ bool blockAligned(const T* p, int step) {
 }
 
 template <class... P>
-ZelStatus checkD2(int step, int width, int height, const P*... p) {
-    return firstError(requireStride(step, width), requireNonNull(p...), requirePositive(width, height));
-}
-template <class... P>
-ZelStatus checkD2L(int width, int height, const P*... p) {
-    return firstError(requireNonNull(p...), requirePositive(width, height));
-}
-template <class... P>
 ZelStatus checkVector(int len, const P*... p) {
     return firstError(requireNonNull(p...), requirePositive(len));
-}
-
-template <class T>
-BlockRows<T> block(const T* p, int step) {
-    return {p, step};
-}
-template <class T>
-TableRows<T> table(const T** rows) {
-    return {rows};
-}
-template <class T>
-SameRow<T> same(const T* p) {
-    return {p};
 }
 
 template <class T>
