@@ -15,6 +15,7 @@
 #include <string.h>
 #include <time.h>
 
+#include "audio_io.h"
 #include "demo_io.h"
 #include "zelsr.h"
 
@@ -75,11 +76,8 @@ int main(int argc, char** argv) {
 
     printf("%s %s (%d.%d.%d.%d, built %s)\n", v->Name, v->Version, v->major, v->minor, v->majorBuild, v->build,
            v->BuildDate);
-    pcm = demoReadWav(wavPath, &count, &rate);
-    if (!pcm) {
-        fprintf(stderr, "cannot read 16-bit PCM WAV file %s\n", wavPath);
-        return 1;
-    }
+    pcm = exampleReadAudio16(wavPath, &count, &rate);
+    if (!pcm) return 1;
     win = rate / 40;  /* 25 ms */
     hop = rate / 100; /* 10 ms */
     frames = count < win ? 0 : 1 + (count - win) / hop;
