@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* zelcore: the small core library under zelsr (aligned allocation). */
 #ifndef ZELCORE_H
 #define ZELCORE_H
