@@ -22,7 +22,9 @@ extern "C" {
    zelAlgHintNone and zelAlgHintAccurate in double; zelsLogAdd_64f computes the
    same for all three. A hint outside 0..2 makes zelsLogAdd return zelStsNoErr
    without computing; zelsLogSum ignores the hint. Fixed-point members read an
-   integer v as v * 2^-scaleFactor. */
+   integer v as v * 2^-scaleFactor.
+ * Outputs: pSrcDst (in place: read and written).
+ */
 ZELSR_API ZelStatus zelsLogAdd_32f(const Zel32f* pSrc, Zel32f* pSrcDst, int len, ZelHintAlgorithm hint);
 ZELSR_API ZelStatus zelsLogAdd_64f(const Zel64f* pSrc, Zel64f* pSrcDst, int len, ZelHintAlgorithm hint);
 ZELSR_API ZelStatus zelsLogAdd_16s_Sfs(const Zel16s* pSrc, Zel16s* pSrcDst, int len, int scaleFactor,
@@ -32,14 +34,18 @@ ZELSR_API ZelStatus zelsLogAdd_32s_Sfs(const Zel32s* pSrc, Zel32s* pSrcDst, int 
 /** @} */
 /** @{ */
 /** pSrcDst[i] = log(exp(pSrc[i]) - exp(pSrcDst[i])). Every pSrcDst[i] must lie
-   strictly below pSrc[i]; otherwise zelStsRangeErr and nothing is written. */
+   strictly below pSrc[i]; otherwise zelStsRangeErr and nothing is written.
+ * Outputs: pSrcDst (in place: read and written).
+ */
 ZELSR_API ZelStatus zelsLogSub_32f(const Zel32f* pSrc, Zel32f* pSrcDst, int len);
 ZELSR_API ZelStatus zelsLogSub_64f(const Zel64f* pSrc, Zel64f* pSrcDst, int len);
 ZELSR_API ZelStatus zelsLogSub_16s_Sfs(const Zel16s* pSrc, Zel16s* pSrcDst, int len, int scaleFactor);
 ZELSR_API ZelStatus zelsLogSub_32s_Sfs(const Zel32s* pSrc, Zel32s* pSrcDst, int len, int scaleFactor);
 /** @} */
 /** @{ */
-/** *pResult = log(sum of exp(pSrc[i])), folded in a fixed order. */
+/** *pResult = log(sum of exp(pSrc[i])), folded in a fixed order.
+ * Outputs: pResult.
+ */
 ZELSR_API ZelStatus zelsLogSum_32f(const Zel32f* pSrc, Zel32f* pResult, int len, ZelHintAlgorithm hint);
 ZELSR_API ZelStatus zelsLogSum_64f(const Zel64f* pSrc, Zel64f* pResult, int len, ZelHintAlgorithm hint);
 ZELSR_API ZelStatus zelsLogSum_16s_Sfs(const Zel16s* pSrc, Zel16s* pResult, int len, int scaleFactor,
@@ -57,7 +63,9 @@ ZELSR_API ZelStatus zelsLogSum_32s_Sfs(const Zel32s* pSrc, Zel32s* pResult, int 
  * with pVar the inverse variances (IdVar: all 1). Sfs members hold S with
  * scaleFactor + 1 fractional bits; Scaled members return single precision.
  * Checks: step below width (D2), then null pointers, then width or height
- * below 1. Nothing is written on an error. */
+ * below 1. Nothing is written on an error.
+ * Outputs: pDst.
+ */
 ZELSR_API ZelStatus zelsLogGauss_32f_D2(const Zel32f* pSrc, int step, const Zel32f* pMean, const Zel32f* pVar,
                                         int width, Zel32f* pDst, int height, Zel32f val);
 ZELSR_API ZelStatus zelsLogGauss_32f_D2L(const Zel32f** mSrc, const Zel32f* pMean, const Zel32f* pVar, int width,
@@ -122,7 +130,9 @@ ZELSR_API ZelStatus zelsLogGauss_IdVarLowScaled_16s32f_D2L(const Zel16s** mSrc, 
  * running score may be rounded. Add: pSrcDst[y] = log(exp(score) +
  * exp(pSrcDst[y])), by the accurate log-add of the single or the double set.
  * Checks: step below width (D2), then null pointers, then width or height
- * below 1. Nothing is written on an error. */
+ * below 1. Nothing is written on an error.
+ * Outputs: pSrcDst (in place: read and written).
+ */
 ZELSR_API ZelStatus zelsLogGaussMax_32f_D2(const Zel32f* pSrc, int step, const Zel32f* pMean, const Zel32f* pVar,
                                            int width, Zel32f* pSrcDst, int height, Zel32f val);
 ZELSR_API ZelStatus zelsLogGaussMax_32f_D2L(const Zel32f** mSrc, const Zel32f* pMean, const Zel32f* pVar, int width,
@@ -233,7 +243,9 @@ ZELSR_API ZelStatus zelsLogGaussAdd_IdVarLowScaled_16s32f_D2L(const Zel16s** mSr
  * pSrcDst[y] where it is greater. AddMultiMix: the score from pVal[y] is
  * added to pSrcDst[y] in the log domain. pVal is not written.
  * Checks: step below width (D2), then null pointers (pVal included), then
- * width or height below 1. Nothing is written on an error. */
+ * width or height below 1. Nothing is written on an error.
+ * Outputs: pSrcDst (in place: read and written).
+ */
 ZELSR_API ZelStatus zelsLogGaussMultiMix_32f_D2(const Zel32f* pMean, const Zel32f* pVar, int step, const Zel32f* pSrc,
                                                 int width, Zel32f* pSrcDst, int height);
 ZELSR_API ZelStatus zelsLogGaussMultiMix_32f_D2L(const Zel32f** mMean, const Zel32f** mVar, const Zel32f* pSrc,
@@ -337,7 +349,9 @@ ZELSR_API ZelStatus zelsLogGaussAddMultiMix_LowScaled_16s32f_D2L(const Zel16s** 
  * result. IdVar_32f_D2 alone folds its scores one by one from the first,
  * with the double coefficients of the single set; its D2L twin does not.
  * Checks: null pointers, then width above step (D2: zelStsStrideErr), then
- * width or height below 1. Nothing is written on an error. */
+ * width or height below 1. Nothing is written on an error.
+ * Outputs: pResult.
+ */
 ZELSR_API ZelStatus zelsLogGaussMixture_32f_D2(const Zel32f* pSrc, const Zel32f* pMean, const Zel32f* pVar,
                                                int height, int step, int width, const Zel32f* pVal,
                                                Zel32f* pResult);
@@ -393,7 +407,9 @@ ZELSR_API ZelStatus zelsLogGaussMixture_IdVarLowScaled_16s32f_D2L(const Zel16s* 
  * sizes decide the last bits of a result. Checks: null pointers, then
  * width, nGauss or height below 1, then step below width (D2) or a null row
  * pointer in any table (D2L); a scratch that cannot be allocated gives
- * zelStsMemAllocErr. Nothing is written on an error. */
+ * zelStsMemAllocErr. Nothing is written on an error.
+ * Outputs: pDst.
+ */
 ZELSR_API ZelStatus zelsLogGaussMixture_Select_32f_D2(const Zel32f* pSrc, const Zel32f* pMean, const Zel32f* pVar,
                                                       int step, int width, const Zel32f* pVal, const Zel8u* pSelect,
                                                       int nGauss, Zel32f* pDst, int height, Zel32f noneValue);
@@ -444,7 +460,9 @@ ZELSR_API ZelStatus zelsLogGaussMixture_SelectIdVarScaled_16s32f_D2L(const Zel16
  * above. In 32f64f members the vectors are single and the sum, val and the
  * result double. Checks: null pointers, then len below 1 (zelStsSizeErr);
  * a BlockDVar matrix of another type gives zelStsContextMatchErr, and len
- * unequal to its total dimension zelStsSizeErr. */
+ * unequal to its total dimension zelStsSizeErr.
+ * Outputs: pResult.
+ */
 ZELSR_API ZelStatus zelsLogGaussSingle_32f(const Zel32f* pSrc, const Zel32f* pMean, const Zel32f* pVar, int len,
                                            Zel32f* pResult, Zel32f val);
 ZELSR_API ZelStatus zelsLogGaussSingle_64f(const Zel64f* pSrc, const Zel64f* pMean, const Zel64f* pVar, int len,
@@ -511,7 +529,9 @@ ZELSR_API ZelStatus zelsLogGaussSingle_IdVarLowScaled_16s32f(const Zel16s* pSrc,
  * MahDistSingle_16s32s_Sfs alone depends on alignment: with pSrc, pMean and
  * pVar on 16-byte boundaries it sums in single precision with differences
  * saturated to 16 bits, rounds, and ignores scaleFactor; otherwise it sums
- * exactly and shifts right by scaleFactor, saturating. */
+ * exactly and shifts right by scaleFactor, saturating.
+ * Outputs: pDst, pResult.
+ */
 ZELSR_API ZelStatus zelsMahDist_32f_D2(const Zel32f* pSrc, int step, const Zel32f* pMean, const Zel32f* pVar,
                                        int width, Zel32f* pDst, int height);
 ZELSR_API ZelStatus zelsMahDist_32f_D2L(const Zel32f** mSrc, const Zel32f* pMean, const Zel32f* pVar, int width,
@@ -546,7 +566,9 @@ ZELSR_API ZelStatus zelsMahDistSingle_16s32s_Sfs(const Zel16s* pSrc, const Zel16
  * the sum of the log variances and the dimensional term, the val of the
  * scoring functions. The _I members do pSrcDst[i] = pSrc[i] - pSrcDst[i] / 2.
  * 32s members wrap; the first len - len % 4 elements halve rounding down, the
- * last len % 4 rounding up. Checks: null pointers, then len below 1. */
+ * last len % 4 rounding up. Checks: null pointers, then len below 1.
+ * Outputs: pDst; pSrcDst (in place: read and written).
+ */
 ZELSR_API ZelStatus zelsOutProbPreCalc_32f(const Zel32f* pSrcA, const Zel32f* pSrcB, Zel32f* pDst, int len);
 ZELSR_API ZelStatus zelsOutProbPreCalc_64f(const Zel64f* pSrcA, const Zel64f* pSrcB, Zel64f* pDst, int len);
 ZELSR_API ZelStatus zelsOutProbPreCalc_32s(const Zel32s* pSrcA, const Zel32s* pSrcB, Zel32s* pDst, int len);
