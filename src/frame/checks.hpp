@@ -14,6 +14,8 @@
 
 #include <stdint.h>
 
+#include <type_traits>
+
 #include "zelsr.h"
 
 namespace zel {
@@ -43,6 +45,19 @@ constexpr ZelStatus requireStride(int step, int width) {
 }
 
 constexpr ZelStatus require(bool ok, ZelStatus status) { return ok ? zelStsNoErr : status; }
+
+// D2L tables: a null row among the first `rows` is a null pointer as much as
+// a null table is. An argument that is no table passes, so a family can hand
+// its whole argument list over once its sizes are known to be positive.
+template <class P>
+inline ZelStatus requireTableRows(const P* p, int rows) {
+    if constexpr (std::is_pointer_v<P>) {
+        for (int y = 0; y < rows; ++y)
+            if (p[y] == nullptr) return zelStsNullPtrErr;
+    }
+    (void)p, (void)rows;
+    return zelStsNoErr;
+}
 
 // ---- Alignment -------------------------------------------------------------
 

@@ -25,17 +25,20 @@ int64_t sizeBy(SizeRule rule, int lenDCT, int lenCepstrum) {
 
 // Lengths shared by queries and builders; a state whose size does not fit an
 // int could not have been queried, so it is a size error as well.
+// The narrow rows of the 32-bit-integer builder stop at 8192, in its query
+// and in the builder alike. Every size holds 4 * lenDCT * (lenCepstrum + 1)
+// bytes of rows, and that product, which fits 64 bits, is tested before any
+// formula is evaluated, so that no formula can overflow.
 ZelStatus checkLengths(SizeRule rule, int lenDCT, int lenCepstrum) {
-    if (ZelStatus s = firstError(requirePositive(lenDCT, lenCepstrum), require(lenCepstrum <= lenDCT, zelStsSizeErr)))
+    if (ZelStatus s = firstError(requirePositive(lenDCT, lenCepstrum), require(lenCepstrum <= lenDCT, zelStsSizeErr),
+                                 require(rule != SizeRule::FixedNarrow || lenDCT <= 8192, zelStsSizeErr),
+                                 require(int64_t(lenDCT) * (int64_t(lenCepstrum) + 1) <= INT_MAX / 4, zelStsSizeErr)))
         return s;
     return require(sizeBy(rule, lenDCT, lenCepstrum) <= INT_MAX, zelStsSizeErr);
 }
 
 ZelStatus querySize(SizeRule rule, int lenDCT, int lenCepstrum, int* pSize) {
-    if (ZelStatus s = firstError(requireNonNull(pSize),
-                                 require(rule != SizeRule::FixedNarrow || lenDCT <= 8192, zelStsSizeErr),
-                                 checkLengths(rule, lenDCT, lenCepstrum)))
-        return s;
+    if (ZelStatus s = firstError(requireNonNull(pSize), checkLengths(rule, lenDCT, lenCepstrum))) return s;
     *pSize = int(sizeBy(rule, lenDCT, lenCepstrum));
     return zelStsNoErr;
 }

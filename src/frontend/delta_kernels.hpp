@@ -310,7 +310,7 @@ inline void auroraAt(typename P::E* out, const typename P::E* const* x, const ty
         d = P::add(d, P::mul(k(3), at(7)));
         d = P::add(d, P::mul(k(4), at(8)));
         if constexpr (Mul) d = P::mul(d, P::load(pVal + kAuroraWidth + j));
-        P::store(out + kAuroraWidth + j, P::shift(d, (sf + 2) & 31));
+        P::store(out + kAuroraWidth + j, P::shift(d, int((int64_t(sf) + 2) & 31)));
         // Delta-delta: the float window over the statics, truncated.
         auto f = [&](int i) { return P::toFloat(at(i)); };
         auto c = [](float v) { return P::splatF(v); };

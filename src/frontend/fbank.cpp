@@ -78,6 +78,8 @@ constexpr int rowsOf(int nFilter) { return nFilter + 2; }
 template <class S>
 ZelStatus blocksOf(int winSize, int nFilter, int mode, Blocks& z) {
     z = Blocks{};
+    // nFilter + 2 rows must be countable in an int before any size is formed.
+    if (nFilter > kMax32 - 2) return zelStsSizeErr;
     z.fft = fftSizeOf(winSize);
     z.nFilter = nFilter;
     z.magnitude = (mode & zelFBankMagnitudeInput) != 0;
@@ -112,6 +114,18 @@ int64_t worstBytes(const Blocks& z) {
     if (z.magnitude) total += z.plan + z.init + z.work + z.scratch + 4 * 31;
     total += z.centres + z.mel + z.left + z.right + z.pos + 5 * 31;
     return total;
+}
+
+// The blocks of a bank whose memory fits an int, as the size query reports
+// it: every builder refuses what the query refuses, before it writes.
+template <class S>
+ZelStatus sizedBlocksOf(int winSize, int nFilter, int mode, Blocks& z, int64_t* pTotal = nullptr) {
+    if (ZelStatus s = blocksOf<S>(winSize, nFilter, mode, z)) return s;
+    const int64_t formula = formulaBytes<S>(z), worst = worstBytes<S>(z);
+    const int64_t total = formula > worst ? formula : worst;
+    if (total > kMax32) return zelStsSizeErr;
+    if (pTotal != nullptr) *pTotal = total;
+    return zelStsNoErr;
 }
 
 // Carves 32-byte aligned blocks out of caller memory, one after the other.
@@ -221,14 +235,43 @@ ZelStatus finishBank(S& b, const MelArgs& a, int nLinear) {
 // place; m and pos hold nFilter + 2 values each. Arguments that pass the
 // checks but give centres outside the spectrum (NaN frequencies, mel
 // parameters that overflow) are refused before any row is written.
+// The mel points of a plain bank: nFilter + 2 evenly spaced mel values
+// between the band edges, and the bin position of each.
+struct MelPoints {
+    FftSize fft;
+    MelScale s;
+    float melLow, range;
+    MelPoints(const MelArgs& a)
+        : fft(fftSizeOf(a.winSize)), s(melScale(a.melMul, a.melDiv, a.sampFreq, fft.len)), melLow(s.mel(a.lowFreq)),
+          range(s.mel(a.highFreq) - melLow) {}
+    float mel(const MelArgs& a, int i) const { return evenlySpaced(i, range, a.nFilter + 1, melLow); }
+};
+
+// The centres that buildMel would form, tested one at a time without being
+// stored: a builder in caller memory learns that its arguments give no bank
+// (NaN frequencies, mel parameters that are zero, negative, infinite or NaN)
+// before it has written anything.
+ZelStatus requireMelCentres(const MelArgs& a) {
+    const MelPoints p(a);
+    const int half = p.fft.len / 2;
+    Zel32s prev = 0;
+    for (int i = 0; i <= a.nFilter + 1; ++i) {
+        const float pos = p.s.binOfMel(p.mel(a, i));
+        Zel32s c = 0;
+        toCentres(&pos, &c, 1, a.mode);
+        if (c < prev || c > half) return zelStsMelFreqErr;
+        prev = c;
+    }
+    return zelStsNoErr;
+}
+
 template <class S>
 ZelStatus buildMel(S& b, const MelArgs& a, float* m, float* pos) {
-    const FftSize fft = fftSizeOf(a.winSize);
-    const MelScale s = melScale(a.melMul, a.melDiv, a.sampFreq, fft.len);
-    const float melLow = s.mel(a.lowFreq), melHigh = s.mel(a.highFreq);
-    const float range = melHigh - melLow;
+    const MelPoints p(a);
+    const FftSize fft = p.fft;
+    const MelScale& s = p.s;
     for (int i = 0; i <= a.nFilter + 1; ++i) {
-        m[i] = evenlySpaced(i, range, a.nFilter + 1, melLow);
+        m[i] = p.mel(a, i);
         pos[i] = s.binOfMel(m[i]);
     }
     toCentres(pos, b.pCenters, a.nFilter + 2, a.mode);
@@ -277,10 +320,8 @@ ZelStatus sizeQuery(int winSize, int nFilter, int mode, int* pSize) {
                                  requireMode(mode)))
         return s;
     Blocks z;
-    if (ZelStatus s = blocksOf<S>(winSize, nFilter, mode, z)) return s;
-    const int64_t formula = formulaBytes<S>(z), worst = worstBytes<S>(z);
-    const int64_t total = formula > worst ? formula : worst;
-    if (total > kMax32) return zelStsSizeErr;
+    int64_t total = 0;
+    if (ZelStatus s = sizedBlocksOf<S>(winSize, nFilter, mode, z, &total)) return s;
     *pSize = int(total);
     return zelStsNoErr;
 }
@@ -292,7 +333,8 @@ ZelStatus melInit(S* pFBank, int* pFFTOrder, const MelArgs& a) {
                                  checkMelArgs(a.winSize, a.sampFreq, a.lowFreq, a.highFreq, a.nFilter, a.mode)))
         return s;
     Blocks z;
-    if (ZelStatus s = blocksOf<S>(a.winSize, a.nFilter, a.mode, z)) return s;
+    if (ZelStatus s = sizedBlocksOf<S>(a.winSize, a.nFilter, a.mode, z)) return s;
+    if (ZelStatus s = requireMelCentres(a)) return s;
     // The record stays unrecognisable until the build has succeeded.
     memset(static_cast<void*>(pFBank), 0, sizeof(S));
     S& b = *pFBank;
@@ -321,7 +363,7 @@ ZelStatus melInit(S* pFBank, int* pFFTOrder, const MelArgs& a) {
 template <class S, class Build>
 ZelStatus allocBuild(S** ppFBank, int* pFFTOrder, const MelArgs& a, Build build) {
     Blocks z;
-    if (ZelStatus s = blocksOf<S>(a.winSize, a.nFilter, a.mode, z)) return s;
+    if (ZelStatus s = sizedBlocksOf<S>(a.winSize, a.nFilter, a.mode, z)) return s;
     S* b = nullptr;
     ZelStatus s = allocBank(z, &b);
     float* t1 = ownMalloc_32f(a.nFilter + 2);
@@ -371,7 +413,7 @@ ZelStatus emptyInitAlloc(S** ppFBank, int* pFFTOrder, int winSize, int nFilter) 
     if (ZelStatus s = firstError(requireWindow(winSize), requirePositive(nFilter), requireNonNull(ppFBank, pFFTOrder)))
         return s;
     Blocks z;
-    if (ZelStatus s = blocksOf<S>(winSize, nFilter, zelFBankMelWeights, z)) return s;
+    if (ZelStatus s = sizedBlocksOf<S>(winSize, nFilter, zelFBankMelWeights, z)) return s;
     S* b = nullptr;
     if (ZelStatus s = allocBank(z, &b)) {
         if (b != nullptr) releaseBank(b);
@@ -584,9 +626,9 @@ ZELSR_API ZelStatus zelsMelFBankGetSize_32s(int winSize, int nFilter, int mode, 
     if (ZelStatus s = firstError(requireNonNull(pSize), require(nFilter >= 1, zelStsSizeErr),
                                  requireWindow32s(winSize), require(mode == zelFBankBinWeights, zelStsMelFlagErr)))
         return s;
+    // One filter fewer than the builder accepts, tested before nFilter + 2 is formed.
+    if (nFilter > fftSizeOf(winSize).len / 2) return zelStsSizeErr;
     const Blocks32s z = blocks32s(winSize, nFilter);
-    // One filter fewer than the builder accepts.
-    if (nFilter > z.fft.len / 2) return zelStsSizeErr;
     const int64_t formula = formulaBytes32s(z), worst = worstBytes32s(z);
     *pSize = int(formula > worst ? formula : worst);
     return zelStsNoErr;
@@ -618,9 +660,9 @@ ZELSR_API ZelStatus zelsMelFBankInit_32s(ZelFBankState_32s* pFBank, int* pFFTOrd
             require(melDiv >= 524289 && melDiv <= 268435455 && melMul >= 524289 && melMul <= 1073741823,
                     zelStsBadArgErr)))
         return s;
-    const Blocks32s z = blocks32s(winSize, nFilter);
-    const int half = z.fft.len / 2;
+    const int half = fftSizeOf(winSize).len / 2;
     if (nFilter > half + 1) return zelStsSizeErr;
+    const Blocks32s z = blocks32s(winSize, nFilter);
     memset(static_cast<void*>(pFBank), 0, sizeof(ZelFBankState_32s));
     Carver mem{reinterpret_cast<Zel8u*>(pFBank) + sizeof(ZelFBankState_32s)};
     ZelFBankState_32s& b = *pFBank;

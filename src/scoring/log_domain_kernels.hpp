@@ -378,8 +378,14 @@ inline void logAdd64Horner(const double* pSrc, double* pSrcDst, int len) {
 constexpr int kFixedBlock = 128;
 
 // The truncate rule back to the element type, with scale factor -scaleFactor.
-inline Zel16s truncateBack(Zel16s, float v, int scaleFactor) { return zel::truncSat16(v, -scaleFactor); }
-inline Zel32s truncateBack(Zel32s, float v, int scaleFactor) { return zel::truncSat32(v, -scaleFactor); }
+// The negation is formed in 64 bits: -INT_MIN has no int, and any factor
+// beyond the clamp of the scale value acts as the clamp.
+inline int negatedScale(int scaleFactor) {
+    const int64_t n = -int64_t(scaleFactor);
+    return n > 2048 ? 2048 : int(n);
+}
+inline Zel16s truncateBack(Zel16s, float v, int scaleFactor) { return zel::truncSat16(v, negatedScale(scaleFactor)); }
+inline Zel32s truncateBack(Zel32s, float v, int scaleFactor) { return zel::truncSat32(v, negatedScale(scaleFactor)); }
 
 // Each block: to single precision times 2^-scaleFactor (rounded to single),
 // the kernel of the hint, and back by truncation. An unknown hint runs no

@@ -332,6 +332,15 @@ inline LowShifts lowShifts(int s) {
 }
 inline I32x4 shiftH(I32x4 h, LowShifts sh) { return simd::sll(simd::sra(h, sh.hRight), sh.hLeft); }
 
+// One group's share of a row when it is shifted by itself: the group's H and
+// L sums over its column pairs, negated as the row subtracts them, and then
+// shifted, so that the right shifts round the group's contribution down.
+inline uint32_t shiftedGroup(I32x4 H, I32x4 L, LowShifts sh) {
+    const int32_t h = static_cast<int32_t>(0u - static_cast<uint32_t>(wrapSum(H)));
+    const int32_t l = static_cast<int32_t>(0u - static_cast<uint32_t>(wrapSum(L)));
+    return (static_cast<uint32_t>(h >> sh.hRight) << sh.hLeft) + static_cast<uint32_t>(l >> sh.lRight);
+}
+
 // Each saturated difference is squared in 32 bits and split into its high 16
 // bits h and its low 16 bits halved, l, so that h * 2^15 + l is half the
 // square, rounded down. Per column pair: H = h0*w0 + h1*w1, L = l0*w0 + l1*w1.
@@ -344,8 +353,9 @@ inline void halfSquarePairs(I16x8 d, I16x8 w, I32x4& H, I32x4& L) {
 // 8, then 4, then 2, then 1 (a pair with a zero); pair i of a group feeds
 // lane i. Without PerGroup the lanes subtract H and L, wrapping, to the end
 // of the row, and are shifted once. With PerGroup (the last row of an odd
-// height) each group's H and L lanes are shifted before they are subtracted,
-// so L is rounded down per column pair of each group.
+// height) each group (each run of 8 columns, then the 4, the 2 and the last
+// column) is shifted once, as shiftedGroup forms it, so L is rounded down
+// once per group and not once per column pair.
 template <int R, bool Aligned, bool PerGroup, class X, class M, class W, class Sink>
 inline void lowRows(X x, M m, W w, int width, int y0, LowShifts sh, Sink& sink) {
     const int16_t* xr[R];
@@ -353,18 +363,20 @@ inline void lowRows(X x, M m, W w, int width, int y0, LowShifts sh, Sink& sink) 
     const int16_t* wr[R];
     I32x4 accH[R];
     I32x4 accL[R];
+    uint32_t groups[R];
     for (int r = 0; r < R; ++r) {
         xr[r] = x(y0 + r);
         mr[r] = m(y0 + r);
         wr[r] = w(y0 + r);
         accH[r] = simd::zero4i();
         accL[r] = simd::zero4i();
+        groups[r] = 0;
     }
     auto group = [&](int r, I16x8 xv, I16x8 mv, I16x8 wv) {
         I32x4 H, L;
         halfSquarePairs(simd::subSat(xv, mv), wv, H, L);
         if constexpr (PerGroup) {
-            accH[r] = simd::sub(accH[r], simd::add(shiftH(H, sh), simd::sra(L, sh.lRight)));
+            groups[r] += shiftedGroup(H, L, sh);
         } else {
             accH[r] = simd::sub(accH[r], H);
             accL[r] = simd::sub(accL[r], L);
@@ -388,8 +400,10 @@ inline void lowRows(X x, M m, W w, int width, int y0, LowShifts sh, Sink& sink) 
         for (int r = 0; r < R; ++r)
             group(r, simd::loadLo1s(xr[r] + j), simd::loadLo1s(mr[r] + j), simd::loadLo1s(wr[r] + j));
     for (int r = 0; r < R; ++r) {
-        const I32x4 t = PerGroup ? accH[r] : simd::add(shiftH(accH[r], sh), simd::sra(accL[r], sh.lRight));
-        sink(y0 + r, wrapSum(t));
+        if constexpr (PerGroup)
+            sink(y0 + r, static_cast<int32_t>(groups[r]));
+        else
+            sink(y0 + r, wrapSum(simd::add(shiftH(accH[r], sh), simd::sra(accL[r], sh.lRight))));
     }
 }
 

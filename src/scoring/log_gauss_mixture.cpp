@@ -28,7 +28,8 @@ ZelStatus checkPlainD2(int step, int width, int height, const P*... p) {
 }
 template <class... P>
 ZelStatus checkPlainD2L(int width, int height, const P*... p) {
-    return firstError(requireNonNull(p...), requirePositive(width, height));
+    if (ZelStatus s = firstError(requireNonNull(p...), requirePositive(width, height))) return s;
+    return firstError(requireTableRows(p, height)...);
 }
 
 // The multi-mixture kernels: the mean rows against the frame (mean minus
@@ -61,8 +62,8 @@ ZelStatus checkSelectD2(int step, int width, int nGauss, int height, const P*...
     return firstError(requireNonNull(p...), requirePositive(width, nGauss, height), requireStride(step, width));
 }
 
-// Unlike other D2L functions these test every row pointer of their tables,
-// after the pointers and the sizes.
+// The frame table has height rows and the Gaussian tables nGauss rows; every
+// row pointer is tested, after the pointers and the sizes.
 template <class T>
 ZelStatus requireRows(const T* const* rows, int n) {
     for (int i = 0; i < n; ++i)

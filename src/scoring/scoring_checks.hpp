@@ -12,9 +12,11 @@ template <class... P>
 ZelStatus checkD2(int step, int width, int height, const P*... p) {
     return firstError(requireStride(step, width), requireNonNull(p...), requirePositive(width, height));
 }
+// The rows of every table are tested once the sizes are known to be good.
 template <class... P>
 ZelStatus checkD2L(int width, int height, const P*... p) {
-    return firstError(requireNonNull(p...), requirePositive(width, height));
+    if (ZelStatus s = firstError(requireNonNull(p...), requirePositive(width, height))) return s;
+    return firstError(requireTableRows(p, height)...);
 }
 
 }  // namespace zel::gauss

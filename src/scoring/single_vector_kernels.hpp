@@ -112,9 +112,10 @@ inline LowShifts singleLowShifts(int s) {
 }
 
 // The Low sum of one vector before the constant term, wrapping in 32 bits.
-// The groups of eight accumulate H and L to their end and are shifted once;
-// the groups of 4 and 2 columns and the last column (a pair with a zero)
-// after them are each shifted by themselves before they are subtracted.
+// The groups of eight accumulate -H and -L on their lanes to their end and
+// are shifted once; the groups of 4 and 2 columns and the last column (a
+// pair with a zero) after them each give their negated sums, shifted by
+// themselves (shiftedGroup), so each rounds its own share down.
 template <bool Aligned>
 inline int32_t lowSingleSum(const int16_t* x, const int16_t* m, const int16_t* w, int len, LowShifts sh) {
     I32x4 accH = simd::zero4i(), accL = simd::zero4i(), H, L;
@@ -124,10 +125,10 @@ inline int32_t lowSingleSum(const int16_t* x, const int16_t* m, const int16_t* w
         accH = simd::sub(accH, H);
         accL = simd::sub(accL, L);
     }
-    I32x4 t = simd::add(shiftH(accH, sh), simd::sra(accL, sh.lRight));
+    uint32_t t = static_cast<uint32_t>(wrapSum(simd::add(shiftH(accH, sh), simd::sra(accL, sh.lRight))));
     auto group = [&](I16x8 xv, I16x8 mv, I16x8 wv) {
         halfSquarePairs(simd::subSat(xv, mv), wv, H, L);
-        t = simd::sub(t, simd::add(shiftH(H, sh), simd::sra(L, sh.lRight)));
+        t += shiftedGroup(H, L, sh);
     };
     if (len - j >= 4) {
         group(simd::loadLo4s(x + j), simd::loadLo4s(m + j), simd::loadLo4s(w + j));
@@ -138,7 +139,7 @@ inline int32_t lowSingleSum(const int16_t* x, const int16_t* m, const int16_t* w
         j += 2;
     }
     if (len - j == 1) group(simd::loadLo1s(x + j), simd::loadLo1s(m + j), simd::loadLo1s(w + j));
-    return wrapSum(t);
+    return static_cast<int32_t>(t);
 }
 
 // ---- Exact 16-bit distance ----------------------------------------------------------

@@ -38,7 +38,8 @@ int32_t nearSat(float r) {
 // One-row Low sum for s >= 0: H and L of each column pair (of the 32-bit
 // square of the saturated difference: high 16 bits, low 16 bits halved);
 // the groups of eight accumulate and are shifted once, the groups of 4, 2
-// and 1 after them are shifted each. L shifts by s, at most 15.
+// and 1 after them give their negated sums, shifted each. L shifts by s, at
+// most 15.
 int32_t lowSingle(const int16_t* x, const int16_t* m, const int16_t* w, int len, int s) {
     const int hl = s <= 15 ? 15 - s : 0, hr = s <= 15 ? 0 : std::min(s - 15, 31), lr = std::min(s, 15);
     auto shift = [&](int32_t H, int32_t L) { return uint32_t(wrap(int64_t(H >> hr) << hl)) + uint32_t(L >> lr); };
@@ -57,7 +58,9 @@ int32_t lowSingle(const int16_t* x, const int16_t* m, const int16_t* w, int len,
     for (int p = 0; p < 4; ++p) t[p] = shift(int32_t(accH[p]), int32_t(accL[p]));
     for (int size : {4, 2, 1})
         if (len - j >= size) {
-            for (int p = 0; 2 * p < size; ++p) pair(j + 2 * p, std::min(2, size - 2 * p), H, L), t[p] -= shift(H, L);
+            int64_t gH = 0, gL = 0;
+            for (int p = 0; 2 * p < size; ++p) pair(j + 2 * p, std::min(2, size - 2 * p), H, L), gH += H, gL += L;
+            t[0] += shift(wrap(-gH), wrap(-gL));
             j += size;
         }
     return int32_t(t[0] + t[1] + t[2] + t[3]);
