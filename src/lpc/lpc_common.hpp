@@ -50,10 +50,6 @@ inline float pow2f(int e) {
     return ldexpf(1.0f, e);
 }
 
-// Round to nearest (ties to even) of v * 2^-s, saturated to 16 bits; a NaN
-// gives the most negative value, as the processor's conversion does.
-inline int16_t nearest16(float v, int s) { return satRounded16(roundHalfEven(v * pow2f(-s))); }
-
 // The processor's truncating conversion to 32 bits: out of range or NaN gives
 // the integer indefinite 0x80000000.
 inline int32_t truncate32(float v) {
