@@ -162,6 +162,41 @@ ZELSR_API ZelStatus zelsReflectionToAbsTilt_16s_Sfs(const Zel16s* pSrc1, const Z
 ZELSR_API ZelStatus zelsReflectionToTilt_16s_Sfs(const Zel16s* pSrc1, const Zel16s* pSrc2, Zel16s* pDst, int len,
                                                  int scaleFactor);
 
+/* ======================================================================== */
+/* Line spectral pairs                                                       */
+/* ======================================================================== */
+/* Pairs are cosines x = cos(w) of the pair frequencies, in descending order
+ * from +1 towards -1, never angles. An LP vector of even length has the sign
+ * of A(z) = 1 + sum a_k z^-k; one of odd length is read and written as
+ * A(z) = 1 - sum a_k z^-k. Both directions keep this, so they invert one
+ * another. */
+
+/* LP coefficients (pSrcLP, len) to len pairs (pDstLSP, out) by a search over
+ * nInt equal cells of [-1, 1], nDiv bisections per root and one secant step;
+ * roots of the sum and difference polynomials alternate, the sum's first.
+ * *pNRoots (out) receives the number found, whenever the checks pass.
+ * Checks in order: pSrcLP, pDstLSP or pNRoots null (zelStsNullPtrErr); nInt,
+ * nDiv or len below 1, or len above nInt (zelStsSizeErr); allocation
+ * (zelStsMemAllocErr). Fewer than len roots (two closer than a cell, say) give
+ * zelStsLspRootErr with the roots found written. The 16-bit form reads
+ * pSrcLP * 2^-srcShift and stores root * 2^-scaleFactor rounded half away from
+ * zero, cut to 16 bits without saturation. */
+ZELSR_API ZelStatus zelsLPToLSP_32f(const Zel32f* pSrcLP, Zel32f* pDstLSP, int len, int* pNRoots, int nInt,
+                                    int nDiv);
+ZELSR_API ZelStatus zelsLPToLSP_16s_Sfs(const Zel16s* pSrcLP, int srcShift, Zel16s* pDstLSP, int len, int* pNRoots,
+                                        int nInt, int nDiv, int scaleFactor);
+
+/* Pairs (pSrcLSP, len) to LP coefficients (pDstLP, out). Checks in order:
+ * null (zelStsNullPtrErr); len below 1 (zelStsSizeErr); the first pair at or
+ * above 1, a pair above its predecessor (equal neighbours pass) or the last
+ * at or below -1 (zelStsLspOrderErr); allocation (zelStsMemAllocErr). The
+ * 16-bit form reads pSrcLSP * 2^-srcShift, refuses srcShift below 1 with
+ * zelStsSizeErr, takes its limits inclusively (+-2^srcShift pass), and rounds
+ * the result to nearest with 2^-scaleFactor, saturating. */
+ZELSR_API ZelStatus zelsLSPToLP_32f(const Zel32f* pSrcLSP, Zel32f* pDstLP, int len);
+ZELSR_API ZelStatus zelsLSPToLP_16s_Sfs(const Zel16s* pSrcLSP, int srcShift, Zel16s* pDstLP, int len,
+                                        int scaleFactor);
+
 #ifdef __cplusplus
 }
 #endif

@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: Apache-2.0
+// Line spectral pairs in the cosine domain: x = cos(w), descending from +1.
+// The sum and difference polynomials are kept in half-size form as Chebyshev
+// coefficients c[0] = 1, c[1..m], and evaluated without trigonometry.
+#pragma once
+
+#include <stdint.h>
+
+#include "zelsr.h"
+
+namespace zel::lpc {
+
+// Half-size degrees for an LP vector of length n: even n gives n/2 each;
+// odd n, (n + 1)/2 for the sum and (n - 1)/2 for the difference.
+inline int sumDegree(int n) { return (n + 1) / 2; }
+inline int differenceDegree(int n) { return n / 2; }
+
+// P and Q of pA (a[k] = pA[k-1]). Even n reduces A(z) +- z^-(n+1) A(1/z) by
+// (1 + z^-1) and (1 - z^-1) with A(z) = 1 + sum a_k z^-k. Odd n reads
+// A(z) = 1 - sum a_k z^-k, the sign of the odd-order coders, and reduces the
+// difference by (1 - z^-2); the reconstruction keeps the same asymmetry.
+inline void lspPolynomials(const float* pA, int n, float* P, float* Q) {
+    auto a = [&](int k) { return pA[k - 1]; };
+    P[0] = 1.0f;
+    Q[0] = 1.0f;
+    if (n % 2 == 0) {
+        for (int k = 1; k <= n / 2; ++k) {
+            P[k] = (a(k) + a(n + 1 - k)) - P[k - 1];
+            Q[k] = (a(k) - a(n + 1 - k)) + Q[k - 1];
+        }
+        return;
+    }
+    const int mid = (n + 1) / 2;
+    for (int k = 1; k < mid; ++k) P[k] = (0.0f - a(k)) - a(n + 1 - k);
+    P[mid] = -2.0f * a(mid);
+    if (n >= 3) Q[1] = a(n) - a(1);
+    for (int k = 2; k <= (n - 1) / 2; ++k) Q[k] = (Q[k - 2] + a(n + 1 - k)) - a(k);
+}
+
+// Half the Chebyshev sum of c[0..m] at x, by the same steps at grid points,
+// in the bisection and after a root.
+inline float chebyshev(const float* c, int m, float x) {
+    if (m == 0) return 0.0f;
+    const float t = x + x;
+    if (m == 1) return t + c[1];
+    float b1 = c[1] + t, b2 = 1.0f;
+    for (int i = 2; i <= m - 1; ++i) {
+        const float b0 = (t * b1 - b2) + c[i];
+        b2 = b1;
+        b1 = b0;
+    }
+    return (c[m] * 0.5f - b2) + b1 * x;
+}
+
+// Floats of the search scratch: the grid of nInt + 4 entries and both
+// polynomials.
+inline int64_t lspSearchScratch(int nInt, int n) { return int64_t(nInt) + 4 + int64_t(n) + 2 + 2; }
+
+// The grid from 1 down to -1 in nInt cells of d = 2 / nInt, built four at a
+// time from the base 1 + d; the ends are set exactly.
+inline void lspGrid(float* g, int nInt) {
+    const float d = 2.0f / float(nInt);
+    const float d2 = d * 2.0f, d3 = d * 3.0f, d4 = d * 4.0f;
+    float base = 1.0f + d;
+    for (int k = 0; k <= nInt; k += 4) {
+        g[k] = base - d;
+        g[k + 1] = base - d2;
+        g[k + 2] = base - d3;
+        g[k + 3] = base - d4;
+        base = g[k + 3];
+    }
+    g[0] = 1.0f;
+    g[nInt] = -1.0f;
+}
+
+// Roots of P and Q, alternately, by the grid, nDiv bisections and a secant
+// step; returns their number. Each root restarts the search in the same cell
+// for the other polynomial, since the roots interleave. A product of exactly
+// zero counts as a sign change.
+inline int lspSearch(const float* P, int mP, const float* Q, int mQ, const float* g, int nInt, int nDiv, int len,
+                     float* roots) {
+    const float* c[2] = {P, Q};
+    const int m[2] = {mP, mQ};
+    int which = 0, count = 0, idx = 0;
+    float xl = g[0];
+    float fl = chebyshev(P, mP, xl);
+    while (count < len && idx < nInt) {
+        ++idx;
+        float xr = g[idx];
+        float fr = chebyshev(c[which], m[which], xr);
+        if (!(0.0f >= fr * fl)) {
+            xl = xr;
+            fl = fr;
+            continue;
+        }
+        --idx;
+        for (int i = 0; i < nDiv; ++i) {
+            const float xm = (xr + xl) * 0.5f;
+            const float fm = chebyshev(c[which], m[which], xm);
+            if (0.0f >= fr * fm) {
+                xl = xm;
+                fl = fm;
+            } else {
+                xr = xm;
+                fr = fm;
+            }
+        }
+        const float root = xr - (xl - xr) * fr / (fl - fr);
+        roots[count++] = root;
+        which ^= 1;
+        xl = root;
+        fl = chebyshev(c[which], m[which], root);
+    }
+    return count;
+}
+
+// Multiplies out the factors (1 - 2 x z^-1 + z^-2) of the pairs x[first],
+// x[first + 2], ... (`count` of them) into c[0..count], the first half of a
+// symmetric polynomial. `x(i)` reads pair i.
+template <class X>
+inline void lspProduct(X x, int first, int count, float* c) {
+    c[0] = 1.0f;
+    if (count == 0) return;
+    c[1] = -2.0f * x(first);
+    for (int s = 1; s < count; ++s) {
+        const float t = x(first + 2 * s) * -2.0f;
+        c[s + 1] = c[s] * t + c[s - 1] * 2.0f;
+        for (int j = s; j >= 2; --j) c[j] = (t * c[j - 1] + c[j]) + c[j - 2];
+        c[1] = c[1] + t;
+    }
+}
+
+// Floats of the reconstruction scratch: P and Q, each (n / 2) + 3.
+inline int64_t lspToLpScratch(int n) { return 2 * (int64_t(n) / 2 + 3); }
+
+// LP vector of length n from its pairs, with the parity conventions of
+// lspPolynomials.
+template <class X>
+inline void lspToLp(X x, int n, float* pA, float* P, float* Q) {
+    const int mP = sumDegree(n), mQ = differenceDegree(n);
+    lspProduct(x, 0, mP, P);
+    lspProduct(x, 1, mQ, Q);
+    if (n % 2 == 0) {
+        // Multiply back the factors (1 + z^-1) and (1 - z^-1).
+        for (int i = n / 2; i >= 1; --i) {
+            P[i] = P[i] + P[i - 1];
+            Q[i] = Q[i] - Q[i - 1];
+        }
+        for (int i = 1; i <= n / 2; ++i) {
+            pA[i - 1] = (P[i] + Q[i]) * 0.5f;
+            pA[n - i] = (P[i] - Q[i]) * 0.5f;
+        }
+        return;
+    }
+    // Odd n: A(z) = 1 - sum a z^-k, and Q carries the factor (1 - z^-2).
+    const int mid = (n - 1) / 2;
+    if (n >= 3) {
+        pA[0] = (P[1] + Q[1]) * -0.5f;
+        for (int i = 1; i < mid; ++i) {
+            pA[i] = ((P[i + 1] + Q[i + 1]) - Q[i - 1]) * -0.5f;
+            pA[n - 1 - i] = ((P[i + 1] - Q[i + 1]) + Q[i - 1]) * -0.5f;
+        }
+        pA[n - 1] = (P[1] - Q[1]) * -0.5f;
+    }
+    pA[mid] = P[mid + 1] * -0.5f;
+}
+
+}  // namespace zel::lpc
