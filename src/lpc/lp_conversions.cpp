@@ -93,8 +93,10 @@ ZelStatus checkSpectrum(const void* pSrc, int len, const void* pDst, int order) 
 // into `out` (which may be the spectrum buffer). A plan is made per call.
 template <class Src, class Finish>
 ZelStatus spectrum(const Src* pSrc, int len, int order, float val, bool newton, Finish finish) {
+    // An order beyond any transform is passed on as one that the plan refuses.
+    const int fftOrder = order < 31 ? order + 1 : 31;
     ZelFFTSpec_R_32f* plan = nullptr;
-    if (ZelStatus s = ownFFTInitAlloc_R_32f(&plan, order + 1, 8, 2)) return s;
+    if (ZelStatus s = ownFFTInitAlloc_R_32f(&plan, fftOrder, 8, 2)) return s;
     const int64_t N = int64_t(1) << (order + 1);
     // Frame and unfolded spectrum; on the stack up to order 6.
     Scratch<float, 2 * 128 + 2> work(2 * N + 2);

@@ -23,14 +23,12 @@ ZelStatus checkSearch(const void* pSrc, const void* pDst, int len, const int* pN
 }
 
 // Roots of the LP vector x (float) into `roots`; *pNRoots receives their
-// number. `work` holds lspSearchScratch(nInt, len) floats.
+// number. `work` holds lspSearchScratch(len) floats.
 ZelStatus searchRoots(const float* x, int len, float* roots, int* pNRoots, int nInt, int nDiv, float* work) {
-    float* g = work;
-    float* P = g + nInt + 4;
+    float* P = work;
     float* Q = P + sumDegree(len) + 1;
     lspPolynomials(x, len, P, Q);
-    lspGrid(g, nInt);
-    const int count = lspSearch(P, sumDegree(len), Q, differenceDegree(len), g, nInt, nDiv, len, roots);
+    const int count = lspSearch(P, sumDegree(len), Q, differenceDegree(len), nInt, nDiv, len, roots);
     *pNRoots = count;
     return count < len ? zelStsLspRootErr : zelStsNoErr;
 }
@@ -41,7 +39,7 @@ extern "C" {
 
 ZELSR_API ZelStatus zelsLPToLSP_32f(const Zel32f* pSrcLP, Zel32f* pDstLSP, int len, int* pNRoots, int nInt, int nDiv) {
     if (ZelStatus s = checkSearch(pSrcLP, pDstLSP, len, pNRoots, nInt, nDiv)) return s;
-    Scratch<float, kSearchInline> work(lspSearchScratch(nInt, len));
+    Scratch<float, kSearchInline> work(lspSearchScratch(len));
     if (!work.ok()) return zelStsMemAllocErr;
     return searchRoots(pSrcLP, len, pDstLSP, pNRoots, nInt, nDiv, work.data());
 }
@@ -49,7 +47,7 @@ ZELSR_API ZelStatus zelsLPToLSP_32f(const Zel32f* pSrcLP, Zel32f* pDstLSP, int l
 ZELSR_API ZelStatus zelsLPToLSP_16s_Sfs(const Zel16s* pSrcLP, int srcShift, Zel16s* pDstLSP, int len, int* pNRoots,
                                         int nInt, int nDiv, int scaleFactor) {
     if (ZelStatus s = checkSearch(pSrcLP, pDstLSP, len, pNRoots, nInt, nDiv)) return s;
-    Scratch<float, kSearchInline> work(lspSearchScratch(nInt, len) + 2 * int64_t(len));
+    Scratch<float, kSearchInline> work(lspSearchScratch(len) + 2 * int64_t(len));
     if (!work.ok()) return zelStsMemAllocErr;
     float* x = work.data();
     float* roots = x + len;

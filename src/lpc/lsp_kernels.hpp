@@ -52,41 +52,57 @@ inline float chebyshev(const float* c, int m, float x) {
     return (c[m] * 0.5f - b2) + b1 * x;
 }
 
-// Floats of the search scratch: the grid of nInt + 4 entries and both
-// polynomials.
-inline int64_t lspSearchScratch(int nInt, int n) { return int64_t(nInt) + 4 + int64_t(n) + 2 + 2; }
+// Floats of the search scratch: both polynomials.
+inline int64_t lspSearchScratch(int n) { return int64_t(n) + 4; }
 
 // The grid from 1 down to -1 in nInt cells of d = 2 / nInt, built four at a
-// time from the base 1 + d; the ends are set exactly.
-inline void lspGrid(float* g, int nInt) {
-    const float d = 2.0f / float(nInt);
-    const float d2 = d * 2.0f, d3 = d * 3.0f, d4 = d * 4.0f;
-    float base = 1.0f + d;
-    for (int k = 0; k <= nInt; k += 4) {
-        g[k] = base - d;
-        g[k + 1] = base - d2;
-        g[k + 2] = base - d3;
-        g[k + 3] = base - d4;
-        base = g[k + 3];
+// time from the base 1 + d, with both ends set exactly. The search only ever
+// moves forward through it, so the points are made as it goes, one group of
+// four at a time, and a fine grid costs no memory.
+class LspGrid {
+public:
+    explicit LspGrid(int nInt)
+        : nInt_(nInt), d_(2.0f / float(nInt)), d2_(d_ * 2.0f), d3_(d_ * 3.0f), d4_(d_ * 4.0f), base_(1.0f + d_) {
+        fill();
     }
-    g[0] = 1.0f;
-    g[nInt] = -1.0f;
-}
+    float at(int k) {
+        if (k == 0) return 1.0f;
+        if (k == nInt_) return -1.0f;
+        while (k >= first_ + 4) {
+            base_ = g_[3];
+            first_ += 4;
+            fill();
+        }
+        return g_[k - first_];
+    }
+
+private:
+    void fill() {
+        g_[0] = base_ - d_;
+        g_[1] = base_ - d2_;
+        g_[2] = base_ - d3_;
+        g_[3] = base_ - d4_;
+    }
+    int nInt_;
+    float d_, d2_, d3_, d4_, base_;
+    int first_ = 0;  // index of g_[0]
+    float g_[4];
+};
 
 // Roots of P and Q, alternately, by the grid, nDiv bisections and a secant
 // step; returns their number. Each root restarts the search in the same cell
 // for the other polynomial, since the roots interleave. A product of exactly
 // zero counts as a sign change.
-inline int lspSearch(const float* P, int mP, const float* Q, int mQ, const float* g, int nInt, int nDiv, int len,
-                     float* roots) {
+inline int lspSearch(const float* P, int mP, const float* Q, int mQ, int nInt, int nDiv, int len, float* roots) {
+    LspGrid g(nInt);
     const float* c[2] = {P, Q};
     const int m[2] = {mP, mQ};
     int which = 0, count = 0, idx = 0;
-    float xl = g[0];
+    float xl = g.at(0);
     float fl = chebyshev(P, mP, xl);
     while (count < len && idx < nInt) {
         ++idx;
-        float xr = g[idx];
+        float xr = g.at(idx);
         float fr = chebyshev(c[which], m[which], xr);
         if (!(0.0f >= fr * fl)) {
             xl = xr;
