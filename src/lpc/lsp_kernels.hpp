@@ -5,6 +5,7 @@
 #pragma once
 
 #include <stdint.h>
+#include <string.h>
 
 #include "zelsr.h"
 
@@ -75,6 +76,12 @@ public:
         }
         return g_[k - first_];
     }
+    // True once the steps of d no longer change the running value (a grid
+    // finer than the float spacing near it): every point from k up to the
+    // last interior one then equals at(k).
+    bool constantFrom(int k) const {
+        return k >= first_ && g_[0] == base_ && g_[1] == base_ && g_[2] == base_ && g_[3] == base_;
+    }
 
 private:
     void fill() {
@@ -88,6 +95,13 @@ private:
     int first_ = 0;  // index of g_[0]
     float g_[4];
 };
+
+inline bool sameBits(float a, float b) {
+    uint32_t u, v;
+    memcpy(&u, &a, 4);
+    memcpy(&v, &b, 4);
+    return u == v;
+}
 
 // Roots of P and Q, alternately, by the grid, nDiv bisections and a secant
 // step; returns their number. Each root restarts the search in the same cell
@@ -107,13 +121,20 @@ inline int lspSearch(const float* P, int mP, const float* Q, int mQ, int nInt, i
         if (!(0.0f >= fr * fl)) {
             xl = xr;
             fl = fr;
+            // Equal points ahead repeat this value, whose square is positive:
+            // none of them can hold a root, so the walk goes to the last cell.
+            if (g.constantFrom(idx) && !(0.0f >= fl * fl) && idx < nInt - 1) idx = nInt - 1;
             continue;
         }
         --idx;
         for (int i = 0; i < nDiv; ++i) {
             const float xm = (xr + xl) * 0.5f;
             const float fm = chebyshev(c[which], m[which], xm);
-            if (0.0f >= fr * fm) {
+            const bool left = 0.0f >= fr * fm;
+            // Each step is a function of the bracket alone, so a bracket that
+            // a step leaves unchanged stays so for the remaining steps.
+            if (left ? sameBits(xm, xl) && sameBits(fm, fl) : sameBits(xm, xr) && sameBits(fm, fr)) break;
+            if (left) {
                 xl = xm;
                 fl = fm;
             } else {

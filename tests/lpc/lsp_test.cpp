@@ -2,6 +2,7 @@
 // Line spectral pairs: round trips on stable filters of both parities, the
 // grid search at its limits, and the order checks of the reconstruction.
 #include <float.h>
+#include <limits.h>
 
 #include <algorithm>
 
@@ -99,6 +100,14 @@ TEST(Lsp, GridLimitsAndMissedRoots) {
     EXPECT_EQ(zelsLPToLSP_32f(close, x4, 4, &n, 4, 10), zelStsLspRootErr);
     EXPECT_LT(n, 4);
     EXPECT_EQ(x4[3], -9.0f);
+    // A grid finer than the float spacing stays at 1 up to its last point,
+    // and bisections past the float spacing change nothing: both end at once.
+    EXPECT_EQ(zelsLPToLSP_32f(close, x4, 4, &n, 1000, 30), zelStsNoErr);
+    const std::vector<float> coarse(x4, x4 + 4);
+    EXPECT_EQ(zelsLPToLSP_32f(close, x4, 4, &n, 1000, INT_MAX), zelStsNoErr);
+    for (int i = 0; i < 4; ++i) EXPECT_SAME_BITS(x4[i], coarse[i]);
+    EXPECT_EQ(zelsLPToLSP_32f(close, x4, 4, &n, INT_MAX, INT_MAX), zelStsLspRootErr);
+    EXPECT_EQ(n, 0);
     // NaN coefficients find no sign change and end the search.
     const float bad[3] = {NAN, 0.1f, 0.1f};
     EXPECT_EQ(zelsLPToLSP_32f(bad, x4, 3, &n, 64, 4), zelStsLspRootErr);
