@@ -29,10 +29,11 @@ inline float reciprocalOf(int n) {
     return table[n - 1];
 }
 
-// Index m (1-based) from which the weighted element's address, base + step *
-// (m - 1) floats, is a multiple of 16 bytes; the eight-lane run starts there.
-inline int firstAlignedTerm(const float* base, int step) {
-    const uintptr_t a = reinterpret_cast<uintptr_t>(base);
+// Index m (1-based) from which the weighted element's address, that of
+// x[start + step * (m - 1)], is a multiple of 16 bytes; the eight-lane run
+// starts there.
+inline int firstAlignedTerm(const float* x, int start, int step) {
+    const uintptr_t a = reinterpret_cast<uintptr_t>(x) + uintptr_t(start) * sizeof(float);
     if (a & 3u) return 1;
     const int offset = int((a & 15u) / 4);  // floats past the last boundary
     return 1 + (step > 0 ? (4 - offset) & 3 : offset);
@@ -66,10 +67,10 @@ inline void cepstrumRecursion(const float* x, float* y, int len) {
     for (int n = 1; n <= len; ++n) {
         float s;
         if constexpr (ToCepstrum) {
-            s = recursionSum(n, firstAlignedTerm(x, 1),
+            s = recursionSum(n, firstAlignedTerm(x, 0, 1),
                              [&](int m) { return (float(n - m) * x[m - 1]) * y[n - m - 1]; });
         } else {
-            s = recursionSum(n, firstAlignedTerm(x + n - 2, -1),
+            s = recursionSum(n, firstAlignedTerm(x, n - 2, -1),
                              [&](int m) { return (float(n - m) * x[n - m - 1]) * y[m - 1]; });
         }
         const float scaled = len <= kReciprocalUpTo ? s * reciprocalOf(n) : s / float(n);

@@ -29,17 +29,12 @@ TEST(LpConversions, RoundTripsOnStableFiltersOfOrdersOneTo32) {
         ASSERT_EQ(zelsCepstrumToLP_32f(c.data(), back2.data(), order), zelStsNoErr);
         for (int i = 0; i < order; ++i) {
             EXPECT_LE(std::fabs(k[i]), 0.7f + 1e-4f);
-            // Step-down divides by 1 - k^2 >= 0.19 per stage; coefficients
-            // reach a few hundred at order 32.
+            // Step-down divides by 1 - k^2 >= 0.51 per stage, so its rounding
+            // grows with the order.
             EXPECT_NEAR(back[i], a[i], 2e-5 * (1 + std::fabs(a[i])) * order) << i;
             EXPECT_NEAR(back2[i], a[i], 1e-6 * (1 + std::fabs(a[i])) * order) << i;
         }
     }
-    // The step-up recursion may run in place.
-    std::vector<float> k = {0.5f, -0.25f, 0.125f}, kk = k, a(3);
-    zelsReflectionToLP_32f(k.data(), a.data(), 3);
-    zelsReflectionToLP_32f(kk.data(), kk.data(), 3);
-    for (int i = 0; i < 3; ++i) EXPECT_SAME_BITS(kk[i], a[i]);
 }
 
 TEST(LpConversions, CepstrumIsTheLogOfTheAllPoleResponse) {
