@@ -32,9 +32,10 @@ struct Shared {
         for (int i = 0; i < kWin; ++i) hann[i] = float(0.5 - 0.5 * cos(2 * M_PI * (i + 0.5) / kWin));
         Zel32s c[kBands + 2];
         zelsFBankGetCenters_32f(low, c);
-        // Band k is centred on bin c[k + 1]; its share of the band is df.
+        // Band k is centred on bin c[k + 1] of the 65 smoothed bins (62.5 Hz
+        // apart); its share of the band is df.
         double fc[kBands], total = 0;
-        for (int k = 0; k < kBands; ++k) fc[k] = c[k + 1] * 8000.0 / kFft;
+        for (int k = 0; k < kBands; ++k) fc[k] = c[k + 1] * 4000.0 / (kBins - 1);
         for (int k = 0; k < kBands; ++k) {
             const double lo = fc[k > 0 ? k - 1 : 0], hi = fc[k < kBands - 1 ? k + 1 : k];
             const double df = (hi - lo) / 8000.0;
@@ -77,8 +78,10 @@ struct Stage {
     float power[kBins], gain[kBins];
     bool first = true;
 
-    // 80 new samples in, 80 filtered ones out, 8 samples behind.
-    void run(const float* in, float* out) {
+    // 80 new samples in, 80 filtered ones out, 8 samples behind. The noise
+    // estimate follows only frames that `noiseOnly` calls free of speech:
+    // left to itself it would climb towards any steady sound.
+    void run(const float* in, float* out, bool noiseOnly = true) {
         Shared& sh = Shared::get();
         memmove(frame, frame + kShift, (kWin - kShift) * sizeof(float));
         memcpy(frame + kWin - kShift, in, kShift * sizeof(float));
@@ -87,11 +90,11 @@ struct Stage {
             memcpy(noise, power, sizeof noise);
             memcpy(den, power, sizeof den);
             first = false;
-        } else {
+        } else if (noiseOnly) {
             zelsNoiseSpectrumUpdate_Aurora_32f(power, noise, noise, kBins);
         }
         zelsWienerFilterDesign_Aurora_32f(power, noise, den, gain, kBins);
-        for (int i = 0; i < kBins; ++i) den[i] = gain[i] * gain[i] * power[i];
+        for (int i = 0; i < kBins; ++i) den[i] = gain[i] * power[i];
         float melGain[kBands], h[10] = {}, taps[17], x[96];
         zelsEvalFBank_32f(gain, melGain, sh.low);
         for (int k = 0; k < kBands; ++k)
