@@ -47,22 +47,26 @@ uint64_t digestOfAll() {
             x32[k] = s.i(-(1 << 30), 1 << 30);
             z32[k] = s.i(0, 1 << 24);
         }
-        zelsSmoothedPowerSpectrumAurora_32f(x.data(), y.data(), 256), d.add(y.data(), 65);
-        zelsSmoothedPowerSpectrumAurora_16s(x16.data(), y16.data(), 256), d.add(y16.data(), 65);
+        const float* xf = x.data();
+        const Zel16s *a = x16.data(), *p = z16.data(), *q = w16.data();
+        float* yf = y.data();
+        Zel16s* b = y16.data();
+        zelsSmoothedPowerSpectrumAurora_32f(xf, yf, 256), d.add(yf, 65);
+        zelsSmoothedPowerSpectrumAurora_16s(a, b, 256), d.add(b, 65);
         zelsSmoothedPowerSpectrumAurora_32s_Sfs(x32.data(), y32.data(), 256, r * 5 - 3), d.add(y32.data(), 65);
         zelsSmoothedPowerSpectrumAurora_32s64s_Sfs(x32.data(), y64.data(), 256, r - 2), d.add(y64.data(), 65);
-        zelsNoiseSpectrumUpdate_Aurora_16s_Sfs(z16.data(), w16.data(), y16.data(), 200, r - 4), d.add(y16.data(), 200);
+        zelsNoiseSpectrumUpdate_Aurora_16s_Sfs(p, q, b, 200, r - 4), d.add(b, 200);
         zelsNoiseSpectrumUpdate_Aurora_32s_Sfs(z32.data(), x32.data(), y32.data(), 200, r - 4), d.add(y32.data(), 200);
-        zelsWienerFilterDesign_Aurora_16s(z16.data(), w16.data(), x16.data(), y16.data(), 200), d.add(y16.data(), 200);
-        zelsTabsCalculation_Aurora_32f(x.data(), y.data()), d.add(y.data(), 17);
-        zelsResidualFilter_Aurora_32f(x.data(), y.data(), x.data() + 100), d.add(y.data(), 80);
-        zelsResidualFilter_Aurora_16s_Sfs(x16.data(), y16.data(), x16.data() + 100, r + 8), d.add(y16.data(), 80);
-        zelsWaveProcessing_Aurora_32f(x.data(), y.data()), d.add(y.data(), 200);
-        zelsWaveProcessing_Aurora_16s(x16.data(), y16.data()), d.add(y16.data(), 200);
-        zelsBlindEqualization_Aurora_32f(x.data(), y.data(), x.data() + 40, 13, float(r) * 0.4f + 3.0f);
-        d.add(y.data(), 13), d.add(x.data() + 40, 13);
-        zelsBlindEqualization_Aurora_16s(x16.data(), y16.data(), x16.data() + 40, 13, 200 + 10 * r);
-        d.add(y16.data(), 13), d.add(x16.data() + 40, 13);
+        zelsWienerFilterDesign_Aurora_16s(p, q, a, b, 200), d.add(b, 200);
+        zelsTabsCalculation_Aurora_32f(xf, yf), d.add(yf, 17);
+        zelsResidualFilter_Aurora_32f(xf, yf, xf + 100), d.add(yf, 80);
+        zelsResidualFilter_Aurora_16s_Sfs(a, b, a + 100, r + 8), d.add(b, 80);
+        zelsWaveProcessing_Aurora_32f(xf, yf), d.add(yf, 200);
+        zelsWaveProcessing_Aurora_16s(a, b), d.add(b, 200);
+        zelsBlindEqualization_Aurora_32f(xf, yf, x.data() + 40, 13, float(r) * 0.4f + 3.0f);
+        d.add(yf, 13), d.add(xf + 40, 13);
+        zelsBlindEqualization_Aurora_16s(a, b, x16.data() + 40, 13, 200 + 10 * r);
+        d.add(b, 13), d.add(a + 40, 13);
     }
     // The banks on a spectrum, and the decisions with their records over a stream.
     ZelFBankState_32f* low = nullptr;

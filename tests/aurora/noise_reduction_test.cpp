@@ -166,31 +166,21 @@ TEST(AuroraFilter, TapsUnfoldAndTheResidualFilterSums) {
 }
 
 TEST(AuroraChecks, PointersThenLengthAndNothingWritten) {
-    float a[8] = {1, 2, 3, 4, 5, 6, 7, 8}, y[8];
-    std::fill(y, y + 8, -3.0f);
+    float a[8] = {1, 2, 3, 4, 5, 6, 7, 8}, y[8] = {-3, -3, -3, -3, -3, -3, -3, -3};
     Zel16s s16[8] = {}, y16[8] = {9, 9, 9, 9, 9, 9, 9, 9};
     Zel32s s32[8] = {};
-    Zel64s y64[8] = {};
     zt::expectStatuses({
         {zelsSmoothedPowerSpectrumAurora_32f(nullptr, y, 0), zelStsNullPtrErr},
         {zelsSmoothedPowerSpectrumAurora_32f(a, y, 0), zelStsSizeErr},
         {zelsSmoothedPowerSpectrumAurora_32f(a, y, 2), zelStsSizeErr},
-        {zelsSmoothedPowerSpectrumAurora_32f(a, y, 6), zelStsSizeErr},
-        {zelsSmoothedPowerSpectrumAurora_32f(a, y, -4), zelStsSizeErr},
-        {zelsSmoothedPowerSpectrumAurora_16s(s16, nullptr, 4), zelStsNullPtrErr},
-        {zelsSmoothedPowerSpectrumAurora_32s_Sfs(s32, s32, 5, 0), zelStsSizeErr},
-        {zelsSmoothedPowerSpectrumAurora_32s64s_Sfs(nullptr, y64, -1, 0), zelStsNullPtrErr},
+        {zelsSmoothedPowerSpectrumAurora_16s(s16, y16, 6), zelStsSizeErr},
+        {zelsSmoothedPowerSpectrumAurora_32s_Sfs(s32, s32, -4, 0), zelStsSizeErr},
         {zelsNoiseSpectrumUpdate_Aurora_32f(a, nullptr, y, 0), zelStsNullPtrErr},
-        {zelsNoiseSpectrumUpdate_Aurora_32f(a, a, y, 0), zelStsSizeErr},
-        {zelsNoiseSpectrumUpdate_Aurora_16s_Sfs(s16, s16, y16, -1, 0), zelStsSizeErr},
-        {zelsNoiseSpectrumUpdate_Aurora_32s_Sfs(s32, s32, nullptr, 3, 0), zelStsNullPtrErr},
-        {zelsWienerFilterDesign_Aurora_32f(a, a, nullptr, y, 0), zelStsNullPtrErr},
-        {zelsWienerFilterDesign_Aurora_32f(a, a, a, y, 0), zelStsSizeErr},
+        {zelsNoiseSpectrumUpdate_Aurora_16s_Sfs(s16, s16, y16, 0, 0), zelStsSizeErr},
+        {zelsWienerFilterDesign_Aurora_32f(a, a, nullptr, y, -1), zelStsNullPtrErr},
         {zelsWienerFilterDesign_Aurora_16s(s16, s16, s16, y16, 0), zelStsSizeErr},
-        {zelsTabsCalculation_Aurora_32f(a, nullptr), zelStsNullPtrErr},
         {zelsTabsCalculation_Aurora_16s(nullptr, y16), zelStsNullPtrErr},
         {zelsResidualFilter_Aurora_32f(a, y, nullptr), zelStsNullPtrErr},
-        {zelsResidualFilter_Aurora_16s_Sfs(nullptr, y16, s16, 0), zelStsNullPtrErr},
     });
     zt::expectUntouched(y, 8, -3.0f);
     zt::expectUntouched(y16, 8, 9);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Voice activity: detection rates on a signal whose speech segments are
-// known, the hangover rules seen through the verdicts, the flush at the end
-// of a stream, a record that continues anywhere it is copied, and the
-// records that are refused.
+// known, in both forms, the hangover rules seen through the verdicts, the
+// flush at the end of a stream, a record that continues wherever it is
+// copied, and the records that are refused.
 #include <math.h>
 
 #include <random>
@@ -22,88 +22,108 @@ struct Signal {
     vector<bool> speech;
 };
 
-Signal bursts(float noiseLevel, uint32_t seed) {
-    const int silence0 = 60, burst = 80, gap = 150, count = 4;
-    const int frames = silence0 + count * (burst + gap);
+Signal bursts(float noiseLevel) {
+    const int frames = 60 + 4 * (80 + 150);
     Signal s{vector<float>(frames * za::kShift), vector<bool>(frames, false)};
-    std::mt19937 g(seed);
+    std::mt19937 g(11);
     std::normal_distribution<float> noise(0.0f, noiseLevel);
     for (int f = 0; f < frames; ++f) {
-        const int t = f - silence0;
-        const bool on = t >= 0 && t % (burst + gap) < burst;
-        s.speech[f] = on;
+        s.speech[f] = f >= 60 && (f - 60) % 230 < 80;
         for (int i = 0; i < za::kShift; ++i) {
             const int n = f * za::kShift + i;
-            float v = noise(g);
-            if (on)
-                for (int h = 1; h <= 8; ++h) v += 3000.0f / h * float(sin(2 * M_PI * 150.0 * h * n / 8000.0));
-            s.x[n] = v;
+            s.x[n] = noise(g);
+            for (int h = 1; h <= 8 && s.speech[f]; ++h) s.x[n] += 3000.0f / h * float(sin(2 * M_PI * 150.0 * h * n / 8000.0));
         }
     }
     return s;
 }
 
-// Decisions of the float form on a signal, one frame of 80 samples at a
-// time; `frame` is the caller's window of the last 200 samples.
-vector<Zel32s> decide32f(const vector<float>& x, ZelVADState_Aurora* st, vector<float>& frame) {
-    vector<Zel32s> out;
-    for (size_t f = 0; f * za::kShift < x.size(); ++f) {
+struct Record {
+    alignas(8) Zel8u mem[64] = {};
+    ZelVADState_Aurora* get() { return reinterpret_cast<ZelVADState_Aurora*>(mem); }
+};
+
+// Decisions on frames [from, to) of a signal, the float form into `a` and,
+// if given, the integer form into `b`. The integer form takes inputs scaled
+// so that a floor times its largest constant stays within 32 bits: Mel
+// energies in Q2, samples / 4. `frame` is the caller's window of 200 samples.
+void decide(const Signal& s, int from, int to, vector<float>& frame, ZelVADState_Aurora* a, vector<Zel32s>& da,
+            ZelVADState_Aurora* b = nullptr, vector<Zel32s>* db = nullptr) {
+    for (int f = from; f < to; ++f) {
         memmove(frame.data(), frame.data() + za::kShift, (za::kWin - za::kShift) * 4);
-        memcpy(frame.data() + za::kWin - za::kShift, &x[f * za::kShift], za::kShift * 4);
+        memcpy(frame.data() + za::kWin - za::kShift, &s.x[size_t(f) * za::kShift], za::kShift * 4);
         float power[za::kBins], mel[za::kBands];
         za::powerSpectrum(frame.data(), power);
         za::logMel(power, mel);
+        const float* block = frame.data() + za::kWin - 64;
         Zel32s res = -1;
-        EXPECT_EQ(zelsVADDecision_Aurora_32f(mel, frame.data() + za::kWin - 64, 0, &res, st), zelStsNoErr);
-        out.push_back(res);
+        EXPECT_EQ(zelsVADDecision_Aurora_32f(mel, block, 0, &res, a), zelStsNoErr);
+        da.push_back(res);
+        if (!b) continue;
+        Zel16s mel16[25], block16[64];
+        for (int k = 0; k < 25; ++k) mel16[k] = Zel16s(lrintf(mel[k] * 4));
+        for (int i = 0; i < 64; ++i) block16[i] = Zel16s(lrintf(block[i] / 4));
+        EXPECT_EQ(zelsVADDecision_Aurora_16s(mel16, block16, 0, &res, b), zelStsNoErr);
+        db->push_back(res);
     }
-    return out;
 }
 
-ZelVADState_Aurora* record(vector<Zel8u>& mem) {
+TEST(AuroraVAD, BothFormsMarkSpeechAndSilenceOfAKnownSignalAndFlush) {
     int size = 0;
-    EXPECT_EQ(zelsVADGetBufSize_Aurora_32f(&size), zelStsNoErr);
+    ASSERT_EQ(zelsVADGetBufSize_Aurora_16s(&size), zelStsNoErr);
     EXPECT_EQ(size, 64);
-    mem.assign(size, 0);
-    return reinterpret_cast<ZelVADState_Aurora*>(mem.data());
+    for (float level : {30.0f, 300.0f}) {
+        const Signal s = bursts(level);
+        Record a, b;
+        ASSERT_EQ(zelsVADInit_Aurora_32f(a.get()), zelStsNoErr);
+        ASSERT_EQ(zelsVADInit_Aurora_16s(b.get()), zelStsNoErr);
+        vector<float> frame(za::kWin, 0.0f);
+        vector<Zel32s> d32, d16;
+        decide(s, 0, int(s.speech.size()), frame, a.get(), d32, b.get(), &d16);
+        for (int form = 0; form < 2; ++form) {
+            const vector<Zel32s>& d = form ? d16 : d32;
+            for (int f = 0; f < 10; ++f) EXPECT_EQ(d[f], zelVADUndecided) << f;
+            // Silence counts from the end of the longest hangover on.
+            int speech = 0, hit = 0, silence = 0, alarm = 0, since = 1000;
+            for (size_t f = 10; f < d.size(); ++f) {
+                EXPECT_TRUE(d[f] == zelVADSpeech || d[f] == zelVADNonSpeech) << f;
+                since = s.speech[f] ? 0 : since + 1;
+                if (s.speech[f]) ++speech, hit += d[f] == zelVADSpeech;
+                if (since > 40 + 7 + 5) ++silence, alarm += d[f] == zelVADSpeech;
+            }
+            EXPECT_GE(hit, 0.9 * speech) << "noise " << level << ", form " << form;
+            EXPECT_LE(alarm, 0.1 * silence) << "noise " << level << ", form " << form;
+        }
+        // Six decisions, then the flush reports that nothing is left.
+        for (int k = 0; k < 7; ++k) {
+            Zel32s res = 0;
+            ASSERT_EQ(k % 2 ? zelsVADFlush_Aurora_32f(&res, a.get()) : zelsVADFlush_Aurora_16s(&res, a.get()),
+                      zelStsNoErr);
+            EXPECT_EQ(res == zelVADUndecided, k == 6) << k;
+        }
+    }
 }
 
-TEST(AuroraVAD, MarksSpeechAndSilenceOfAKnownSignalAndFlushes) {
-    for (float level : {30.0f, 300.0f}) {
-        const Signal s = bursts(level, 11);
-        vector<Zel8u> mem;
-        ZelVADState_Aurora* st = record(mem);
-        ASSERT_EQ(zelsVADInit_Aurora_32f(st), zelStsNoErr);
-        vector<float> frame(za::kWin, 0.0f);
-        const vector<Zel32s> d = decide32f(s.x, st, frame);
-        for (int f = 0; f < 10; ++f) EXPECT_EQ(d[f], zelVADUndecided) << f;
-        // Silence counts from the end of the longest hangover on.
-        int speech = 0, hit = 0, silence = 0, alarm = 0, sinceSpeech = 1000;
-        for (size_t f = 10; f < d.size(); ++f) {
-            EXPECT_TRUE(d[f] == zelVADSpeech || d[f] == zelVADNonSpeech) << f;
-            sinceSpeech = s.speech[f] ? 0 : sinceSpeech + 1;
-            if (s.speech[f]) ++speech, hit += d[f] == zelVADSpeech;
-            if (!s.speech[f] && sinceSpeech > 40 + 7 + 5) ++silence, alarm += d[f] == zelVADSpeech;
-        }
-        EXPECT_GE(hit, 0.9 * speech) << "noise " << level;
-        EXPECT_LE(alarm, 0.1 * silence) << "noise " << level;
-        // Six decisions, then the flush reports that nothing is left.
-        for (int k = 0; k < 6; ++k) {
-            Zel32s res = 0;
-            ASSERT_EQ(zelsVADFlush_Aurora_32f(&res, st), zelStsNoErr);
-            EXPECT_TRUE(res == zelVADSpeech || res == zelVADNonSpeech) << k;
-        }
-        Zel32s res = 0;
-        ASSERT_EQ(zelsVADFlush_Aurora_16s(&res, st), zelStsNoErr);
-        EXPECT_EQ(res, zelVADUndecided);
-    }
+TEST(AuroraVAD, ARecordCopiedBetweenBlocksContinuesTheStream) {
+    const Signal s = bursts(100.0f);
+    const int frames = int(s.speech.size()), cut = 137;
+    Record whole, first, second;
+    zelsVADInit_Aurora_32f(whole.get());
+    zelsVADInit_Aurora_32f(first.get());
+    vector<float> w0(za::kWin, 0.0f), w1(za::kWin, 0.0f);
+    vector<Zel32s> one, split;
+    decide(s, 0, frames, w0, whole.get(), one);
+    decide(s, 0, cut, w1, first.get(), split);
+    memcpy(second.mem, first.mem, 64);
+    memset(first.mem, 0, 64);
+    decide(s, cut, frames, w1, second.get(), split);
+    EXPECT_EQ(split, one);
 }
 
 // Identical frames leave every measure on its floor, so only the hint marks.
 vector<Zel32s> hinted(const vector<int>& marks, int frames) {
-    vector<Zel8u> mem;
-    ZelVADState_Aurora* st = record(mem);
-    zelsVADInit_Aurora_32f(st);
+    Record r;
+    zelsVADInit_Aurora_32f(r.get());
     float mel[25], block[64];
     for (int k = 0; k < 25; ++k) mel[k] = 2.0f + 0.1f * k;
     for (int i = 0; i < 64; ++i) block[i] = float((i * 37) % 11) - 5.0f;
@@ -111,97 +131,54 @@ vector<Zel32s> hinted(const vector<int>& marks, int frames) {
     for (int f = 1; f <= frames; ++f) {
         const bool marked = std::find(marks.begin(), marks.end(), f) != marks.end();
         Zel32s res = 0;
-        zelsVADDecision_Aurora_32f(mel, block, marked ? 5 : 4, &res, st);
+        zelsVADDecision_Aurora_32f(mel, block, marked ? 5 : 4, &res, r.get());
         out.push_back(res);
     }
     return out;
 }
 
-int speechAfter(const vector<Zel32s>& d, int frame) {
+int speechFrom(const vector<Zel32s>& d, int frame) {
     int n = 0;
-    while (frame + n < int(d.size()) && d[frame + n] == zelVADSpeech) ++n;
+    while (frame + n <= int(d.size()) && d[frame + n - 1] == zelVADSpeech) ++n;
     return n;
 }
 
 TEST(AuroraVAD, HangoverFollowsTheRunsOfMarks) {
-    // No mark, no speech; the hint of 4 marks nothing.
+    // No mark, no speech; a hint of 4 marks nothing.
     const vector<Zel32s> quiet = hinted({}, 60);
     for (int f = 10; f < 60; ++f) EXPECT_EQ(quiet[f], zelVADNonSpeech) << f;
-    // Three marks: speech through the short hangover only, while the run is
-    // in the ring and five frames after.
+    // Three marks: speech from the third while the run is in the ring, and
+    // through the short hangover only.
     const vector<Zel32s> three = hinted({20, 21, 22}, 60);
-    EXPECT_EQ(three[20], zelVADNonSpeech);  // frame 21: a run of two
-    EXPECT_EQ(speechAfter(three, 21), 5 + 4);
+    EXPECT_EQ(three[21 - 1], zelVADNonSpeech);
+    EXPECT_EQ(speechFrom(three, 22), 5 + 4);
     // A run of four reloads the long hangover on each of the four frames it
     // stays in the ring. Its first reload before frame 36 lengthens the
     // hangover from 23 to 40 frames for good; a first burst from frame 36 on
     // leaves it at 23.
     const vector<Zel32s> early = hinted({20, 21, 22, 23, 80, 81, 82, 83}, 160);
     const vector<Zel32s> late = hinted({40, 41, 42, 43, 100, 101, 102, 103}, 180);
-    EXPECT_EQ(speechAfter(early, 21), speechAfter(early, 81));
-    EXPECT_EQ(speechAfter(late, 41), speechAfter(late, 101));
-    EXPECT_EQ(speechAfter(early, 21) - speechAfter(late, 41), 40 - 23);
-    EXPECT_EQ(speechAfter(late, 41), 1 + 3 + 1 + 23);  // run of 3, run of 4 in the ring, then the count
-}
-
-TEST(AuroraVAD, IntegerFormAgreesAndCopiedRecordsContinue) {
-    const Signal s = bursts(100.0f, 5);
-    vector<Zel8u> m32, m16;
-    ZelVADState_Aurora* a = record(m32);
-    ZelVADState_Aurora* b = record(m16);
-    zelsVADInit_Aurora_32f(a);
-    zelsVADInit_Aurora_16s(b);
-    vector<float> w0(za::kWin, 0.0f), w1(za::kWin, 0.0f);
-    const vector<Zel32s> whole = decide32f(s.x, a, w0);
-
-    // The same stream in two blocks, the record moved to other memory between them.
-    vector<Zel8u> m1, m2;
-    ZelVADState_Aurora* r1 = record(m1);
-    zelsVADInit_Aurora_32f(r1);
-    const size_t cut = 137 * za::kShift;
-    vector<Zel32s> split = decide32f(vector<float>(s.x.begin(), s.x.begin() + cut), r1, w1);
-    ZelVADState_Aurora* r2 = record(m2);
-    memcpy(r2, r1, 64);
-    const vector<Zel32s> rest = decide32f(vector<float>(s.x.begin() + cut, s.x.end()), r2, w1);
-    split.insert(split.end(), rest.begin(), rest.end());
-    EXPECT_EQ(split, whole);
-
-    // The integer measures, on inputs scaled so that a floor times its
-    // largest constant stays within 32 bits: Mel energies in Q2, samples / 4.
-    vector<float> frame(za::kWin, 0.0f);
-    int agree = 0, total = 0;
-    for (size_t f = 0; f < whole.size(); ++f) {
-        memmove(frame.data(), frame.data() + za::kShift, (za::kWin - za::kShift) * 4);
-        memcpy(frame.data() + za::kWin - za::kShift, &s.x[f * za::kShift], za::kShift * 4);
-        float power[za::kBins], mel[za::kBands];
-        za::powerSpectrum(frame.data(), power);
-        za::logMel(power, mel);
-        Zel16s mel16[25], block16[64];
-        for (int k = 0; k < 25; ++k) mel16[k] = Zel16s(lrintf(mel[k] * 4));
-        for (int i = 0; i < 64; ++i) block16[i] = Zel16s(lrintf(frame[za::kWin - 64 + i] / 4));
-        Zel32s res = 0;
-        ASSERT_EQ(zelsVADDecision_Aurora_16s(mel16, block16, 0, &res, b), zelStsNoErr);
-        if (f < 10) EXPECT_EQ(res, zelVADUndecided);
-        else ++total, agree += res == whole[f];
-    }
-    EXPECT_GE(agree, 0.9 * total);
+    EXPECT_EQ(speechFrom(early, 22), speechFrom(early, 82));
+    EXPECT_EQ(speechFrom(late, 42), speechFrom(late, 102));
+    EXPECT_EQ(speechFrom(late, 42), 1 + 3 + 1 + 23);  // run of 3, run of 4 in the ring, then the count
+    EXPECT_EQ(speechFrom(early, 22) - speechFrom(late, 42), 40 - 23);
 }
 
 TEST(AuroraVAD, NullPointersAndRecordsNoInitPreparedAreRefused) {
-    vector<Zel8u> mem;
-    ZelVADState_Aurora* st = record(mem);
+    Record r;
     float mel[25] = {}, block[64] = {};
     Zel16s mel16[25] = {}, block16[64] = {};
     Zel32s res = 77;
-    // Memory that no Init prepared: zeros, and a plausible-looking pattern.
+    ZelVADState_Aurora* st = r.get();
+    // Memory that no Init prepared: zeros, and a pattern with the float kind's byte everywhere.
     EXPECT_EQ(zelsVADDecision_Aurora_32f(mel, block, 0, &res, st), zelStsContextMatchErr);
     EXPECT_EQ(zelsVADFlush_Aurora_32f(&res, st), zelStsContextMatchErr);
-    memset(mem.data(), 0xa3, 64);
+    memset(r.mem, 0xa3, 64);
     EXPECT_EQ(zelsVADDecision_Aurora_32f(mel, block, 0, &res, st), zelStsContextMatchErr);
     ASSERT_EQ(zelsVADInit_Aurora_32f(st), zelStsNoErr);
-    const vector<Zel8u> before = mem;
+    Record before = r;
     zt::expectStatuses({
-        {zelsVADGetBufSize_Aurora_16s(nullptr), zelStsNullPtrErr},
+        {zelsVADGetBufSize_Aurora_32f(nullptr), zelStsNullPtrErr},
         {zelsVADInit_Aurora_16s(nullptr), zelStsNullPtrErr},
         {zelsVADDecision_Aurora_32f(nullptr, block, 0, &res, st), zelStsNullPtrErr},
         {zelsVADDecision_Aurora_32f(mel, nullptr, 0, &res, st), zelStsNullPtrErr},
@@ -214,9 +191,8 @@ TEST(AuroraVAD, NullPointersAndRecordsNoInitPreparedAreRefused) {
         {zelsVADFlush_Aurora_16s(&res, nullptr), zelStsNullPtrErr},
     });
     EXPECT_EQ(res, 77);
-    EXPECT_EQ(mem, before);
-    // A record corrupted past its ranges is refused as well.
-    mem[32] = 9;  // ring position 9 of 7
+    EXPECT_EQ(memcmp(r.mem, before.mem, 64), 0);
+    r.mem[32] = 9;  // a ring position of 9 in a ring of 7
     EXPECT_EQ(zelsVADDecision_Aurora_32f(mel, block, 0, &res, st), zelStsContextMatchErr);
     EXPECT_EQ(res, 77);
 }
