@@ -83,7 +83,7 @@ private:
 // v shifted right by s (left by -s); counts beyond 63 leave the sign or 0.
 constexpr int64_t shiftSigned(int64_t v, int s) {
     if (s >= 0) return s > 63 ? (v < 0 ? -1 : 0) : (v >> s);
-    return -s > 63 ? 0 : int64_t(uint64_t(v) << -s);
+    return s < -63 ? 0 : int64_t(uint64_t(v) << -s);
 }
 
 // ---- Smoothed power spectrum -------------------------------------------------------
@@ -302,7 +302,8 @@ inline void residual16s(const Zel16s* x, Zel16s* y, const Zel16s* h, int sf) {
         for (int j = 0; j < 16; j += 2)
             s += double(wrap32(int64_t(int32_t(p[j]) * h[j]) + int64_t(int32_t(p[j + 1]) * h[j + 1])));
         s += double(int32_t(p[16]) * h[16]);
-        double v = s * scale;
+        // A zero sum stays zero under any scale, an infinite one included.
+        double v = s == 0.0 ? 0.0 : s * scale;
         v = v < -32768.0 ? -32768.0 : (v > 32767.0 ? 32767.0 : v);
         y[i] = Zel16s(roundHalfEven(v));
     }

@@ -121,8 +121,8 @@ inline Zel32s verdict(ZelVADState_Aurora& s, int n, bool marked) {
         if (n < 36) s.hangLength = 40;
     }
     if (r < 3) {
-        if (s.hangCount != 0) --s.hangCount;
-        if (s.shortHang != 0) --s.shortHang;
+        if (s.hangCount != 0) s.hangCount = minusOne(s.hangCount);
+        if (s.shortHang != 0) s.shortHang = minusOne(s.shortHang);
     } else {
         s.shortHang = 5;
     }

@@ -3,6 +3,7 @@
 // (or exactly where the form is integer), the wrap and saturation rules of the
 // fixed-point forms, the rounding mode handed back, and the check orders.
 #include <fenv.h>
+#include <limits.h>
 #include <math.h>
 
 #include <vector>
@@ -184,6 +185,19 @@ TEST(AuroraChecks, PointersThenLengthAndNothingWritten) {
     });
     zt::expectUntouched(y, 8, -3.0f);
     zt::expectUntouched(y16, 8, 9);
+
+    // Scale factors at the ends of int give defined results (the sanitizer build watches).
+    vector<Zel16s> x16(96, 300), o16(96);
+    vector<Zel32s> x32(96, 70000), o32(96);
+    vector<Zel64s> o64(96);
+    for (int sf : {INT_MIN, -2000, -130, 64, 2000, INT_MAX}) {
+        EXPECT_EQ(zelsSmoothedPowerSpectrumAurora_32s_Sfs(x32.data(), o32.data(), 8, sf), zelStsNoErr);
+        EXPECT_EQ(zelsSmoothedPowerSpectrumAurora_32s64s_Sfs(x32.data(), o64.data(), 8, sf), zelStsNoErr);
+        EXPECT_EQ(zelsNoiseSpectrumUpdate_Aurora_16s_Sfs(x16.data(), x16.data(), o16.data(), 4, sf), zelStsNoErr);
+        EXPECT_EQ(zelsNoiseSpectrumUpdate_Aurora_32s_Sfs(x32.data(), x32.data(), o32.data(), 4, sf), zelStsNoErr);
+        EXPECT_EQ(zelsResidualFilter_Aurora_16s_Sfs(x16.data(), o16.data(), x16.data(), sf), zelStsNoErr);
+        EXPECT_EQ(o16[0], sf < 0 ? 32767 : 0);
+    }
 }
 
 }  // namespace
