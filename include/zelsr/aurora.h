@@ -96,7 +96,8 @@ ZELSR_API ZelStatus zelsResidualFilter_Aurora_16s_Sfs(const Zel16s* pSrc, Zel16s
  * peak of 1, from 80 Hz. The _16s weights are Q14.
  * GetSize writes the bytes that Init needs (on 32-bit builds: Low 15532 and
  * 15536, High 3124 and 3128; wider pointers add to these). Init builds the
- * bank in that memory, which needs no particular alignment. InitAlloc writes
+ * bank in that memory, aligned at least for a pointer; the rows inside are
+ * aligned by the builder. InitAlloc writes
  * the new bank to *ppFBank. Statuses: a null pointer (zelStsNullPtrErr); no
  * memory (zelStsMemAllocErr, *ppFBank untouched). */
 ZELSR_API ZelStatus zelsMelFBankGetSizeLow_Aurora_32f(int* pSize);
@@ -119,7 +120,8 @@ ZELSR_API ZelStatus zelsMelFBankInitAllocHigh_Aurora_16s(ZelFBankState_16s** ppF
  * of a block of 64 samples, the squared sum of the 25 Mel energies, the mean
  * of Mel energies 1 to 3), each against a noise floor that adapts, with
  * marks of the last seven frames in a ring and two hangover counters.
- * The state is a record of 64 bytes in caller memory (GetBufSize writes 64).
+ * The state is a record of 64 bytes in caller memory aligned for a 32-bit
+ * word (GetBufSize writes 64).
  * Call Init once, Decision once per frame, and at the end of the stream Flush
  * until it answers zelVADUndecided (six decisions, then 4). Frames 1 to 10
  * only train the floors and answer zelVADUndecided. A record serves one
