@@ -27,7 +27,7 @@ struct Digest {
 // Values from the generator's integers only, so that every build sees the same data.
 struct Source {
     std::mt19937 g{2026};
-    int32_t i(int32_t lo, int32_t hi) { return lo + int32_t(g() % uint32_t(hi - lo + 1)); }
+    int32_t i(int32_t lo, int32_t hi) { return int32_t(lo + int64_t(g() % uint64_t(int64_t(hi) - lo + 1))); }
     float f(float scale) { return float(i(-1 << 20, 1 << 20)) * scale / float(1 << 20); }
 };
 
