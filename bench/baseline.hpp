@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The ratio to a baseline: a straightforward loop records its rate under a
 // key, and the member measured after it reports its rate over that one
 // ("x_plain"). Rates are calls per second of the thread's processor time, so

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Float to 32-bit integer conversion with rounding to nearest and a scale
 // factor, beside the straightforward loop over lrintf.
 #include <benchmark/benchmark.h>

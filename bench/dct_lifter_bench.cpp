@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // DCT lifter at a front end's shape: 23 log filter-bank values to 13 cepstra,
 // 1000 frames a run, beside the straightforward loop over a plain cosine
 // table on the same data. Counters: frames/s, and for the library its speed

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Dynamic features at a front end's shape: 13 statics, their deltas and
 // delta-deltas of radius two over 1000 frames in one call, beside the
 // straightforward clamped-window loops on the same data. Counters: frames/s,

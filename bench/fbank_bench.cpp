@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Filter-bank evaluation: 23 mel filters over a 512-point spectrum, and with
 // the magnitude flag on 400-sample frames, beside the straightforward loops
 // (one accumulator per filter; FFTW and sqrtf for the magnitude case) on the

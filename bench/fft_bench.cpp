@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Forward real FFT of the private toolkit beside FFTW's single-precision real
 // transform (r2c, FFTW_MEASURE), on the same data and lengths 64 to 4096.
 #include <benchmark/benchmark.h>

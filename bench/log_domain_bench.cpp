@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Log-domain addition against the straightforward loop over log1p(exp(d)),
 // on the same 4096 pairs in the same binary. Each zelsr case also reports
 // "vs_loop": how many times faster than its plain loop it ran, timed here.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Accumulating and multi-mixture scoring at a recogniser's shape: 39
 // features (rows padded to 40), 1000 frames against one Gaussian for
 // zelsLogGaussAdd, one frame against 1000 Gaussians for the multi-mixture

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Gaussian frame scoring at a recogniser's shape: 1000 frames of 39 features
 // (rows padded to 40), each member beside the straightforward scalar loop on
 // the same data. Counters: frames/s, and for a member its speed over the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Mixture evaluation at a recogniser's shape: a 32-component mixture of 39
 // features (rows padded to 40). zelsLogGaussMixture_32f_D2 scores one frame
 // at a time, 256 frames per iteration; zelsLogGaussMixture_Select_32f_D2

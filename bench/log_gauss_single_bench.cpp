@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Single-vector scoring under a block-diagonal inverse covariance at a
 // recogniser's shape: 39 features in 3 blocks of 13 (statics, deltas,
 // delta-deltas), 1000 vectors per iteration, zelsLogGaussSingle_BlockDVar_32f

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* The zelsr demo: a feature front end from a WAV file to cepstra with deltas.
  *
  *   zelsr_demo [input.wav [picture.png]]
@@ -7,7 +8,7 @@
  * FFT magnitudes, takes logarithms, turns them into 12 cepstra and c0 with a
  * DCT and lifter, and appends deltas and delta-deltas block by block as a
  * streaming caller would. It prints a summary and draws the log mel
- * spectrogram above the cepstra into a PNG picture.
+ * spectrogram above the cepstra into a PNG picture with a time axis.
  */
 #include <math.h>
 #include <stdio.h>
@@ -16,7 +17,7 @@
 #include <time.h>
 
 #include "audio_io.h"
-#include "demo_io.h"
+#include "plot.h"
 #include "zelsr.h"
 
 #ifndef ZELSR_DEMO_WAV
@@ -34,33 +35,6 @@ static double now(void) {
 static int check(ZelStatus s, const char* what) {
     if (s < 0) fprintf(stderr, "%s failed with status %d\n", what, s);
     return s < 0;
-}
-
-/* A dark-blue to yellow colour ramp for v in 0..1. */
-static void colour(double v, uint8_t* rgb) {
-    static const double stops[5][3] = {{20, 12, 60}, {60, 40, 140}, {30, 140, 140}, {120, 200, 70}, {250, 230, 40}};
-    double x = (v < 0 ? 0 : v > 1 ? 1 : v) * 4;
-    int i = x >= 4 ? 3 : (int)x, k;
-    double f = x - i;
-    for (k = 0; k < 3; ++k) rgb[k] = (uint8_t)(stops[i][k] + f * (stops[i + 1][k] - stops[i][k]));
-}
-
-/* Paints `rows` values per frame into a band of the picture, lowest row at the bottom,
-   each value `scale` pixels high, normalised to its band's range. */
-static void paintBand(uint8_t* img, int width, int top, const float* data, int stride, int rows, int frames, int scale) {
-    float lo = data[0], hi = data[0];
-    int t, r, y;
-    for (t = 0; t < frames; ++t)
-        for (r = 0; r < rows; ++r) {
-            float v = data[t * stride + r];
-            lo = v < lo ? v : lo;
-            hi = v > hi ? v : hi;
-        }
-    for (t = 0; t < frames; ++t)
-        for (r = 0; r < rows; ++r)
-            for (y = 0; y < scale; ++y)
-                colour((data[t * stride + r] - lo) / (hi - lo + 1e-12f),
-                       img + 3 * ((size_t)(top + (rows - 1 - r) * scale + y) * width + t));
 }
 
 int main(int argc, char** argv) {
@@ -152,15 +126,17 @@ int main(int argc, char** argv) {
            (double)count / rate, elapsed / ((double)count / rate));
 
     {
-        const int scale = 4, gap = 4, height = kFilters * scale + gap + kCepstra * scale;
-        uint8_t* img = (uint8_t*)calloc((size_t)frames * height * 3, 1);
-        if (!img) goto out;
-        paintBand(img, frames, 0, logMel, kFilters, kFilters, frames, scale);
-        memset(img + (size_t)3 * kFilters * scale * frames, 255, (size_t)3 * gap * frames);
-        paintBand(img, frames, kFilters * scale + gap, feat, kRow, kCepstra, frames, scale);
-        if (demoWritePng(pngPath, img, frames, height) == 0)
+        /* The cepstra c1..c12 of each row, without c0 and the deltas. */
+        float* c12 = (float*)malloc(sizeof(float) * kCepstra * frames);
+        ExamplePanel panels[2] = {{"log mel filter-bank energies", NULL, kFilters, "filter", 1, kFilters},
+                                  {"cepstra c1..c12", NULL, kCepstra, "coefficient", 1, kCepstra}};
+        if (!c12) goto out;
+        for (t = 0; t < frames; ++t) memcpy(c12 + t * kCepstra, feat + (size_t)t * kRow, sizeof(float) * kCepstra);
+        panels[0].data = logMel;
+        panels[1].data = c12;
+        if (examplePlotPanels(pngPath, panels, 2, frames, (double)hop / rate) == 0)
             printf("wrote %s: log mel spectrogram (top) and cepstra c1..c12 (bottom) over time\n", pngPath);
-        free(img);
+        free(c12);
     }
     status = 0;
 out:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Shared test vocabulary: aligned and deliberately misaligned buffers,
 // seeded random data and bit-exact comparison.
 #pragma once

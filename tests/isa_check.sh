@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: Apache-2.0
 # Only functions of the AVX2 kernel files may hold VEX-encoded instructions.
 # An inline function compiled in an AVX2 file can otherwise be merged at link
 # time with its baseline copy, and a processor without AVX would then fault

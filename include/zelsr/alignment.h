@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* zelsr: alignment: dynamic time warping. Included by zelsr.h. */
+/** @file zelsr/alignment.h
+ * Alignment: dynamic time warping. Included by zelsr.h. */
 #ifndef ZELSR_ALIGNMENT_H
 #define ZELSR_ALIGNMENT_H
 

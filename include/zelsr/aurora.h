@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* zelsr: the distributed front end: Aurora noise reduction, voice activity, wave processing and equalization. Included by zelsr.h. */
+/** @file zelsr/aurora.h
+ * The distributed front end: Aurora noise reduction, voice activity, wave processing and equalization. Included by zelsr.h. */
 #ifndef ZELSR_AURORA_H
 #define ZELSR_AURORA_H
 

@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* zelsr: model estimation: accumulators, updates, Gaussian split, merge and distance. Included by zelsr.h. */
+/** @file zelsr/estimation.h
+ * Model estimation: accumulators, updates, Gaussian split, merge and distance. Included by zelsr.h. */
 #ifndef ZELSR_ESTIMATION_H
 #define ZELSR_ESTIMATION_H
 

@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* zelsr: the version query. Included by zelsr.h. */
+/** @file zelsr/frame.h
+ * The version query. Included by zelsr.h. */
 #ifndef ZELSR_FRAME_H
 #define ZELSR_FRAME_H
 
@@ -13,7 +14,7 @@ extern "C" {
 /* Version query                                                             */
 /* ======================================================================== */
 
-/* A constant record of the library; the caller never frees it. */
+/** A constant record of the library; the caller never frees it. */
 ZELSR_API const ZelLibraryVersion* zelsrGetLibVersion(void);
 
 #ifdef __cplusplus

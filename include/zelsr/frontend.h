@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* zelsr: front-end analysis: filter banks, DCT lifter, dynamic features. Included by zelsr.h. */
+/** @file zelsr/frontend.h
+ * Front-end analysis: filter banks, DCT lifter, dynamic features. Included by zelsr.h. */
 #ifndef ZELSR_FRONTEND_H
 #define ZELSR_FRONTEND_H
 
@@ -12,7 +13,8 @@ extern "C" {
 /* ======================================================================== */
 /* Filter banks, DCT lifter, dynamic features                                */
 /* ======================================================================== */
-/* ---- DCT lifter ---------------------------------------------------------
+/** @{ */
+/** DCT lifter.
  * lenCepstrum cepstral coefficients from lenDCT log filter-bank values: an
  * unnormalised DCT-II, cos(pi * i * (j + 0.5) / lenDCT), times a multiplier
  * per coefficient. Plain flavour: sinusoidal lifter
@@ -27,7 +29,9 @@ extern "C" {
  * alone reads pLifter as Zel32s and pairs with zelsDCTLifterGetSize_MulC0_16s.
  * Evaluation and Free refuse a state of the other type, or one never built,
  * with zelStsContextMatchErr. The 16-bit evaluations write the state, so a
- * 16-bit state serves one thread at a time. */
+ * 16-bit state serves one thread at a time.
+ * Outputs: pSize, pState, ppState.
+ */
 ZELSR_API ZelStatus zelsDCTLifterGetSize_32f(int lenDCT, int lenCepstrum, int* pSize);
 ZELSR_API ZelStatus zelsDCTLifterGetSize_C0_32f(int lenDCT, int lenCepstrum, int* pSize);
 ZELSR_API ZelStatus zelsDCTLifterGetSize_Mul_32f(int lenDCT, int lenCepstrum, int* pSize);
@@ -68,18 +72,26 @@ ZELSR_API ZelStatus zelsDCTLifterInitAlloc_Mul_16s(ZelDCTLifterState_16s** ppSta
                                                    const Zel32f* pLifter, int lenCepstrum);
 ZELSR_API ZelStatus zelsDCTLifterInitAlloc_MulC0_16s(ZelDCTLifterState_16s** ppState, int lenDCT,
                                                      const Zel32f* pLifter, int lenCepstrum);
-/* Releases a state from InitAlloc; a state from Init is only marked unusable. */
+/** @} */
+/** @{ */
+/** Releases a state from InitAlloc; a state from Init is only marked unusable. */
 ZELSR_API ZelStatus zelsDCTLifterFree_32f(ZelDCTLifterState_32f* pState);
 ZELSR_API ZelStatus zelsDCTLifterFree_16s(ZelDCTLifterState_16s* pState);
-/* pDst: lenCepstrum coefficients 1..lenCepstrum, then coefficient 0 in the C0
-   flavours. The 16-bit forms round to nearest with scaleFactor and saturate. */
+/** @} */
+/** @{ */
+/** pDst: lenCepstrum coefficients 1..lenCepstrum, then coefficient 0 in the C0
+   flavours. The 16-bit forms round to nearest with scaleFactor and saturate.
+ * Outputs: pDst; pState (in place: read and written).
+ */
 ZELSR_API ZelStatus zelsDCTLifter_32f(const Zel32f* pSrc, Zel32f* pDst, const ZelDCTLifterState_32f* pState);
 ZELSR_API ZelStatus zelsDCTLifter_16s_Sfs(const Zel16s* pSrc, Zel16s* pDst, ZelDCTLifterState_16s* pState,
                                           int scaleFactor);
 ZELSR_API ZelStatus zelsDCTLifter_32s16s_Sfs(const Zel32s* pSrc, Zel16s* pDst, ZelDCTLifterState_16s* pState,
                                              int scaleFactor);
+/** @} */
 
-/* ---- Dynamic features ----------------------------------------------------
+/** @{ */
+/** Dynamic features.
  * Streaming family: frames of `width` values (14 in Aurora: twelve cepstra,
  * c0, log energy) are copied into rows of pDst, `dstStep` elements apart,
  * and the delta (and delta-delta) blocks behind them are filled for the rows
@@ -91,7 +103,9 @@ ZELSR_API ZelStatus zelsDCTLifter_32s16s_Sfs(const Zel32s* pSrc, Zel16s* pDst, Z
  * (statics, then deltas, then delta-deltas). Checks: null pointers; width
  * below 1, height negative, or height 0 without zelEndStream (zelStsSizeErr);
  * dstStep below the row (zelStsStrideErr); zelBeginStream with height below H
- * (zelStsSizeErr). */
+ * (zelStsSizeErr).
+ * Outputs: pDst.
+ */
 ZELSR_API ZelStatus zelsDelta_Win1_32f_D2(const Zel32f* pSrc, int width, Zel32f* pDst, int dstStep, int height,
                                           Zel32f deltaScale, int mode);
 ZELSR_API ZelStatus zelsDelta_Win2_32f_D2(const Zel32f* pSrc, int width, Zel32f* pDst, int dstStep, int height,
@@ -128,7 +142,11 @@ ZELSR_API ZelStatus zelsDeltaDeltaMul_Win1_16s_D2Sfs(const Zel16s* pSrc, const Z
 ZELSR_API ZelStatus zelsDeltaDeltaMul_Win2_16s_D2Sfs(const Zel16s* pSrc, const Zel16s* pVal, int width,
                                                      Zel16s* pDst, int dstStep, int height, int mode,
                                                      int scaleFactor);
-/* Aurora window of radius four; 39 output values per row (dstStep >= 39). */
+/** @} */
+/** @{ */
+/** Aurora window of radius four; 39 output values per row (dstStep >= 39).
+ * Outputs: pDst.
+ */
 ZELSR_API ZelStatus zelsDeltaDelta_Aurora_32f_D2(const Zel32f* pSrc, Zel32f* pDst, int dstStep, int height,
                                                  int mode);
 ZELSR_API ZelStatus zelsDeltaDelta_Aurora_16s_D2Sfs(const Zel16s* pSrc, Zel16s* pDst, int dstStep, int height,
@@ -137,12 +155,16 @@ ZELSR_API ZelStatus zelsDeltaDeltaMul_Aurora_32f_D2(const Zel32f* pSrc, const Ze
                                                     int dstStep, int height, int mode);
 ZELSR_API ZelStatus zelsDeltaDeltaMul_Aurora_16s_D2Sfs(const Zel16s* pSrc, const Zel16s* pVal, Zel16s* pDst,
                                                        int dstStep, int height, int mode, int scaleFactor);
-/* In place: columns offset..offset+width-1 of each row give the regression
+/** @} */
+/** @{ */
+/** In place: columns offset..offset+width-1 of each row give the regression
  * delta of window winSize in columns offset+width..offset+2*width-1. The
  * first winSize rows difference against row 0 and the last winSize rows
  * against the last row. Checks: null pointers; height, width or winSize
  * below 1, offset negative, height below 2 * winSize (zelStsSizeErr); step
- * below offset + 2 * width (zelStsStrideErr). */
+ * below offset + 2 * width (zelStsStrideErr).
+ * Outputs: pSrcDst (in place: read and written).
+ */
 ZELSR_API ZelStatus zelsEvalDelta_32f_D2(Zel32f* pSrcDst, int height, int step, int width, int offset, int winSize,
                                          Zel32f scale);
 ZELSR_API ZelStatus zelsEvalDelta_16s_D2Sfs(Zel16s* pSrcDst, int height, int step, int width, int offset,
@@ -151,7 +173,9 @@ ZELSR_API ZelStatus zelsEvalDeltaMul_32f_D2(Zel32f* pSrcDst, int height, int ste
                                             int offset, int winSize);
 ZELSR_API ZelStatus zelsEvalDeltaMul_16s_D2Sfs(Zel16s* pSrcDst, int height, int step, const Zel16s* pVal,
                                                int width, int offset, int winSize, int scaleFactor);
-/* ---- Filter banks ------------------------------------------------------
+/** @} */
+/** @{ */
+/** Filter banks.
  * A bank is nFilter overlapping triangles over FFT bins, described by
  * nFilter + 2 centre bins and a rising and a falling row of weights per
  * filter. mel(f) = melMul * ln(1 + f / melDiv). `mode` is zelFBankMelWeights
@@ -159,19 +183,29 @@ ZELSR_API ZelStatus zelsEvalDeltaMul_16s_D2Sfs(Zel16s* pSrcDst, int height, int 
  * evaluation takes a time frame of fftLen samples and forms its FFT magnitude.
  * A bank handed to a function of another kind (a 16-bit bank to a float
  * function, say), or memory that holds no bank, gives zelStsContextMatchErr;
- * the centre accessors take float and 16-bit banks alike. */
+ * the centre accessors take float and 16-bit banks alike.
+ * Outputs: pSize.
+ */
 ZELSR_API ZelStatus zelsMelFBankGetSize_32f(int winSize, int nFilter, int mode, int* pSize);
 ZELSR_API ZelStatus zelsMelFBankGetSize_16s(int winSize, int nFilter, int mode, int* pSize);
 ZELSR_API ZelStatus zelsMelFBankGetSize_32s(int winSize, int nFilter, int mode, int* pSize);
-/* pFBank: caller memory of the size the matching size query reports, aligned
- * at least as a pointer. */
+/** @} */
+/** @{ */
+/** pFBank: caller memory of the size the matching size query reports, aligned
+ * at least as a pointer.
+ * Outputs: pFBank, pFFTOrder.
+ */
 ZELSR_API ZelStatus zelsMelFBankInit_32f(ZelFBankState_32f* pFBank, int* pFFTOrder, int winSize, Zel32f sampFreq,
                                          Zel32f lowFreq, Zel32f highFreq, int nFilter, Zel32f melMul, Zel32f melDiv,
                                          int mode);
 ZELSR_API ZelStatus zelsMelFBankInit_16s(ZelFBankState_16s* pFBank, int* pFFTOrder, int winSize, Zel32f sampFreq,
                                          Zel32f lowFreq, Zel32f highFreq, int nFilter, Zel32f melMul, Zel32f melDiv,
                                          int mode);
-/* Integer bank with Q30 weights; melMul and melDiv in Q15, mode must be 2. */
+/** @} */
+/** @{ */
+/** Integer bank with Q30 weights; melMul and melDiv in Q15, mode must be 2.
+ * Outputs: pFBank, pFFTOrder, ppFBank.
+ */
 ZELSR_API ZelStatus zelsMelFBankInit_32s(ZelFBankState_32s* pFBank, int* pFFTOrder, int winSize, int sampFreq,
                                          int lowFreq, int highFreq, int nFilter, Zel32s melMul, Zel32s melDiv,
                                          int mode);
@@ -181,7 +215,11 @@ ZELSR_API ZelStatus zelsMelFBankInitAlloc_32f(ZelFBankState_32f** ppFBank, int* 
 ZELSR_API ZelStatus zelsMelFBankInitAlloc_16s(ZelFBankState_16s** ppFBank, int* pFFTOrder, int winSize,
                                               Zel32f sampFreq, Zel32f lowFreq, Zel32f highFreq, int nFilter,
                                               Zel32f melMul, Zel32f melDiv, int mode);
-/* Linear filters up to linFreq, mel-spaced above it. */
+/** @} */
+/** @{ */
+/** Linear filters up to linFreq, mel-spaced above it.
+ * Outputs: ppFBank, pFFTOrder.
+ */
 ZELSR_API ZelStatus zelsMelLinFBankInitAlloc_32f(ZelFBankState_32f** ppFBank, int* pFFTOrder, int winSize,
                                                  Zel32f sampFreq, Zel32f lowFreq, Zel32f highFreq, int nFilter,
                                                  Zel32f linFreq, int nLinear, Zel32f melMul, Zel32f melDiv,
@@ -190,13 +228,21 @@ ZELSR_API ZelStatus zelsMelLinFBankInitAlloc_16s(ZelFBankState_16s** ppFBank, in
                                                  Zel32f sampFreq, Zel32f lowFreq, Zel32f highFreq, int nFilter,
                                                  Zel32f linFreq, int nLinear, Zel32f melMul, Zel32f melDiv,
                                                  int mode);
-/* A cleared bank, not ready until its centres are set. */
+/** @} */
+/** @{ */
+/** A cleared bank, not ready until its centres are set.
+ * Outputs: ppFBank, pFFTOrder.
+ */
 ZELSR_API ZelStatus zelsEmptyFBankInitAlloc_32f(ZelFBankState_32f** ppFBank, int* pFFTOrder, int winSize,
                                                 int nFilter, int mode);
 ZELSR_API ZelStatus zelsEmptyFBankInitAlloc_16s(ZelFBankState_16s** ppFBank, int* pFFTOrder, int winSize,
                                                 int nFilter, int mode);
-/* With the magnitude flag, evaluation writes the bank's scratch: such a bank
- * serves one thread at a time. */
+/** @} */
+/** @{ */
+/** With the magnitude flag, evaluation writes the bank's scratch: such a bank
+ * serves one thread at a time.
+ * Outputs: pDst.
+ */
 ZELSR_API ZelStatus zelsEvalFBank_32f(const Zel32f* pSrc, Zel32f* pDst, const ZelFBankState_32f* pFBank);
 ZELSR_API ZelStatus zelsEvalFBank_16s_Sfs(const Zel16s* pSrc, Zel16s* pDst, const ZelFBankState_16s* pFBank,
                                           int scaleFactor);
@@ -204,23 +250,34 @@ ZELSR_API ZelStatus zelsEvalFBank_16s32s_Sfs(const Zel16s* pSrc, Zel32s* pDst, c
                                              int scaleFactor);
 ZELSR_API ZelStatus zelsEvalFBank_32s_Sfs(const Zel32s* pSrc, Zel32s* pDst, const ZelFBankState_32s* pFBank,
                                           int scaleFactor);
-/* Only for banks from an InitAlloc builder. */
+/** @} */
+/** @{ */
+/** Only for banks from an InitAlloc builder. */
 ZELSR_API ZelStatus zelsFBankFree_32f(ZelFBankState_32f* pFBank);
 ZELSR_API ZelStatus zelsFBankFree_16s(ZelFBankState_16s* pFBank);
-/* nFilter + 2 centre bins. */
+/** @} */
+/** @{ */
+/** nFilter + 2 centre bins.
+ * Outputs: pCenters; pFBank (in place: read and written).
+ */
 ZELSR_API ZelStatus zelsFBankGetCenters_32f(const ZelFBankState_32f* pFBank, Zel32s* pCenters);
 ZELSR_API ZelStatus zelsFBankGetCenters_16s(const ZelFBankState_16s* pFBank, Zel32s* pCenters);
 ZELSR_API ZelStatus zelsFBankSetCenters_32f(ZelFBankState_32f* pFBank, const Zel32s* pCenters);
 ZELSR_API ZelStatus zelsFBankSetCenters_16s(ZelFBankState_16s* pFBank, const Zel32s* pCenters);
-/* One filter's weights: the rising run (c[i] - c[i-1] + 1 values), then the
+/** @} */
+/** @{ */
+/** One filter's weights: the rising run (c[i] - c[i-1] + 1 values), then the
  * falling run (c[i+1] - c[i] values). Reading accepts filterIndex 1 to
- * nFilter + 1, writing 1 to nFilter. */
+ * nFilter + 1, writing 1 to nFilter.
+ * Outputs: pCoeffs, pDst; pFBank (in place: read and written).
+ */
 ZELSR_API ZelStatus zelsFBankGetCoeffs_32f(const ZelFBankState_32f* pFBank, int filterIndex, Zel32f* pCoeffs);
 ZELSR_API ZelStatus zelsFBankGetCoeffs_16s(const ZelFBankState_16s* pFBank, int filterIndex, Zel32f* pCoeffs);
 ZELSR_API ZelStatus zelsFBankSetCoeffs_32f(ZelFBankState_32f* pFBank, int filterIndex, const Zel32f* pCoeffs);
 ZELSR_API ZelStatus zelsFBankSetCoeffs_16s(ZelFBankState_16s* pFBank, int filterIndex, const Zel32f* pCoeffs);
 ZELSR_API ZelStatus zelsLinearToMel_32f(const Zel32f* pSrc, Zel32f* pDst, int len, Zel32f melMul, Zel32f melDiv);
 ZELSR_API ZelStatus zelsMelToLinear_32f(const Zel32f* pSrc, Zel32f* pDst, int len, Zel32f melMul, Zel32f melDiv);
+/** @} */
 
 #ifdef __cplusplus
 }

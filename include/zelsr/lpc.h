@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* zelsr: linear prediction: LP analysis, conversions, line spectral pairs. Included by zelsr.h. */
+/** @file zelsr/lpc.h
+ * Linear prediction: LP analysis, conversions, line spectral pairs. Included by zelsr.h. */
 #ifndef ZELSR_LPC_H
 #define ZELSR_LPC_H
 

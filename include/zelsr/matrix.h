@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* zelsr: matrix kernels and block-diagonal matrices. Included by zelsr.h. */
+/** @file zelsr/matrix.h
+ * Matrix kernels and block-diagonal matrices. Included by zelsr.h. */
 #ifndef ZELSR_MATRIX_H
 #define ZELSR_MATRIX_H
 
@@ -12,7 +13,8 @@ extern "C" {
 /* ======================================================================== */
 /* Block-diagonal matrices                                                   */
 /* ======================================================================== */
-/* A block-diagonal matrix copied into one allocation: mSrc holds one row
+/** @{ */
+/** A block-diagonal matrix copied into one allocation: mSrc holds one row
  * pointer per row over all blocks, block by block, and a block of size n
  * gives n rows of n elements. The total dimension (the sum of the sizes) is
  * the length that a BlockDVar scoring call must pass; it may not exceed 32767.
@@ -30,6 +32,7 @@ ZELSR_API ZelStatus zelsBlockDMatrixInitAlloc_64f(ZelBlockDMatrix_64f** ppMatrix
 ZELSR_API ZelStatus zelsBlockDMatrixFree_16s(ZelBlockDMatrix_16s* pMatrix);
 ZELSR_API ZelStatus zelsBlockDMatrixFree_32f(ZelBlockDMatrix_32f* pMatrix);
 ZELSR_API ZelStatus zelsBlockDMatrixFree_64f(ZelBlockDMatrix_64f* pMatrix);
+/** @} */
 
 #ifdef __cplusplus
 }

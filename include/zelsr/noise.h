@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* zelsr: noise tracking: the MCRA estimator and filter updates. Included by zelsr.h. */
+/** @file zelsr/noise.h
+ * Noise tracking: the MCRA estimator and filter updates. Included by zelsr.h. */
 #ifndef ZELSR_NOISE_H
 #define ZELSR_NOISE_H
 

@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* zelsr: resampling: the polyphase resampler. Included by zelsr.h. */
+/** @file zelsr/resample.h
+ * Resampling: the polyphase resampler. Included by zelsr.h. */
 #ifndef ZELSR_RESAMPLE_H
 #define ZELSR_RESAMPLE_H
 

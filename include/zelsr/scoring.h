@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* zelsr: acoustic scoring: log-domain arithmetic, Gaussian frame, accumulating, multi-mixture, mixture and single-vector scoring. Included by zelsr.h. */
+/** @file zelsr/scoring.h
+ * Acoustic scoring: log-domain arithmetic, Gaussian frame, accumulating, multi-mixture, mixture and single-vector scoring. Included by zelsr.h. */
 #ifndef ZELSR_SCORING_H
 #define ZELSR_SCORING_H
 
@@ -12,7 +13,8 @@ extern "C" {
 /* ======================================================================== */
 /* Log-domain arithmetic                                                     */
 /* ======================================================================== */
-/* log(exp(a) + exp(b)) and its kin on log-domain values. The length is tested
+/** @{ */
+/** log(exp(a) + exp(b)) and its kin on log-domain values. The length is tested
    first (below 1: zelStsSizeErr), then the pointers (zelStsNullPtrErr). A value
    at or below the floor (-4500000 in single precision, -1e10 in double) stands
    for a probability of zero. In zelsLogAdd on 32-bit and 16-bit data,
@@ -20,36 +22,50 @@ extern "C" {
    zelAlgHintNone and zelAlgHintAccurate in double; zelsLogAdd_64f computes the
    same for all three. A hint outside 0..2 makes zelsLogAdd return zelStsNoErr
    without computing; zelsLogSum ignores the hint. Fixed-point members read an
-   integer v as v * 2^-scaleFactor. */
+   integer v as v * 2^-scaleFactor.
+ * Outputs: pSrcDst (in place: read and written).
+ */
 ZELSR_API ZelStatus zelsLogAdd_32f(const Zel32f* pSrc, Zel32f* pSrcDst, int len, ZelHintAlgorithm hint);
 ZELSR_API ZelStatus zelsLogAdd_64f(const Zel64f* pSrc, Zel64f* pSrcDst, int len, ZelHintAlgorithm hint);
 ZELSR_API ZelStatus zelsLogAdd_16s_Sfs(const Zel16s* pSrc, Zel16s* pSrcDst, int len, int scaleFactor,
                                        ZelHintAlgorithm hint);
 ZELSR_API ZelStatus zelsLogAdd_32s_Sfs(const Zel32s* pSrc, Zel32s* pSrcDst, int len, int scaleFactor,
                                        ZelHintAlgorithm hint);
-/* pSrcDst[i] = log(exp(pSrc[i]) - exp(pSrcDst[i])). Every pSrcDst[i] must lie
-   strictly below pSrc[i]; otherwise zelStsRangeErr and nothing is written. */
+/** @} */
+/** @{ */
+/** pSrcDst[i] = log(exp(pSrc[i]) - exp(pSrcDst[i])). Every pSrcDst[i] must lie
+   strictly below pSrc[i]; otherwise zelStsRangeErr and nothing is written.
+ * Outputs: pSrcDst (in place: read and written).
+ */
 ZELSR_API ZelStatus zelsLogSub_32f(const Zel32f* pSrc, Zel32f* pSrcDst, int len);
 ZELSR_API ZelStatus zelsLogSub_64f(const Zel64f* pSrc, Zel64f* pSrcDst, int len);
 ZELSR_API ZelStatus zelsLogSub_16s_Sfs(const Zel16s* pSrc, Zel16s* pSrcDst, int len, int scaleFactor);
 ZELSR_API ZelStatus zelsLogSub_32s_Sfs(const Zel32s* pSrc, Zel32s* pSrcDst, int len, int scaleFactor);
-/* *pResult = log(sum of exp(pSrc[i])), folded in a fixed order. */
+/** @} */
+/** @{ */
+/** *pResult = log(sum of exp(pSrc[i])), folded in a fixed order.
+ * Outputs: pResult.
+ */
 ZELSR_API ZelStatus zelsLogSum_32f(const Zel32f* pSrc, Zel32f* pResult, int len, ZelHintAlgorithm hint);
 ZELSR_API ZelStatus zelsLogSum_64f(const Zel64f* pSrc, Zel64f* pResult, int len, ZelHintAlgorithm hint);
 ZELSR_API ZelStatus zelsLogSum_16s_Sfs(const Zel16s* pSrc, Zel16s* pResult, int len, int scaleFactor,
                                        ZelHintAlgorithm hint);
 ZELSR_API ZelStatus zelsLogSum_32s_Sfs(const Zel32s* pSrc, Zel32s* pResult, int len, int scaleFactor,
                                        ZelHintAlgorithm hint);
+/** @} */
 
 /* ======================================================================== */
 /* Gaussian frame scoring                                                    */
 /* ======================================================================== */
-/* Log-likelihood of each of `height` rows (frames) under one diagonal
+/** @{ */
+/** Log-likelihood of each of `height` rows (frames) under one diagonal
  * Gaussian: pDst[y] = val - S / 2, S = sum over j of (x[j] - pMean[j])^2 * pVar[j],
  * with pVar the inverse variances (IdVar: all 1). Sfs members hold S with
  * scaleFactor + 1 fractional bits; Scaled members return single precision.
  * Checks: step below width (D2), then null pointers, then width or height
- * below 1. Nothing is written on an error. */
+ * below 1. Nothing is written on an error.
+ * Outputs: pDst.
+ */
 ZELSR_API ZelStatus zelsLogGauss_32f_D2(const Zel32f* pSrc, int step, const Zel32f* pMean, const Zel32f* pVar,
                                         int width, Zel32f* pDst, int height, Zel32f val);
 ZELSR_API ZelStatus zelsLogGauss_32f_D2L(const Zel32f** mSrc, const Zel32f* pMean, const Zel32f* pVar, int width,
@@ -101,18 +117,22 @@ ZELSR_API ZelStatus zelsLogGauss_IdVarLowScaled_16s32f_D2(const Zel16s* pSrc, in
                                                           Zel32f* pDst, int height, Zel32f val, int scaleFactor);
 ZELSR_API ZelStatus zelsLogGauss_IdVarLowScaled_16s32f_D2L(const Zel16s** mSrc, const Zel16s* pMean, int width,
                                                            Zel32f* pDst, int height, Zel32f val, int scaleFactor);
+/** @} */
 
 /* ======================================================================== */
 /* Accumulating and multi-mixture scoring                                    */
 /* ======================================================================== */
-/* zelsLogGaussMax and zelsLogGaussAdd take the arguments of the frame-scoring
+/** @{ */
+/** zelsLogGaussMax and zelsLogGaussAdd take the arguments of the frame-scoring
  * member of the same suffixes, with pSrcDst, one running score per row, in
  * place of pDst. Max: each row's score replaces pSrcDst[y] where it is
  * greater; the 32-bit integer members compare in single precision, so a
  * running score may be rounded. Add: pSrcDst[y] = log(exp(score) +
  * exp(pSrcDst[y])), by the accurate log-add of the single or the double set.
  * Checks: step below width (D2), then null pointers, then width or height
- * below 1. Nothing is written on an error. */
+ * below 1. Nothing is written on an error.
+ * Outputs: pSrcDst (in place: read and written).
+ */
 ZELSR_API ZelStatus zelsLogGaussMax_32f_D2(const Zel32f* pSrc, int step, const Zel32f* pMean, const Zel32f* pVar,
                                            int width, Zel32f* pSrcDst, int height, Zel32f val);
 ZELSR_API ZelStatus zelsLogGaussMax_32f_D2L(const Zel32f** mSrc, const Zel32f* pMean, const Zel32f* pVar, int width,
@@ -212,8 +232,10 @@ ZELSR_API ZelStatus zelsLogGaussAdd_IdVarLowScaled_16s32f_D2(const Zel16s* pSrc,
 ZELSR_API ZelStatus zelsLogGaussAdd_IdVarLowScaled_16s32f_D2L(const Zel16s** mSrc, const Zel16s* pMean, int width,
                                                               Zel32f* pSrcDst, int height, Zel32f val,
                                                               int scaleFactor);
+/** @} */
 
-/* One frame pSrc against `height` Gaussians, whose mean and inverse-variance
+/** @{ */
+/** One frame pSrc against `height` Gaussians, whose mean and inverse-variance
  * rows share one step (D2) or lie in two tables of row pointers (D2L), with
  * S[y] = sum over j of (pMean[y][j] - pSrc[j])^2 * pVar[y][j].
  * MultiMix: pSrcDst[y] holds the constant term of Gaussian y and receives
@@ -221,7 +243,9 @@ ZELSR_API ZelStatus zelsLogGaussAdd_IdVarLowScaled_16s32f_D2L(const Zel16s** mSr
  * pSrcDst[y] where it is greater. AddMultiMix: the score from pVal[y] is
  * added to pSrcDst[y] in the log domain. pVal is not written.
  * Checks: step below width (D2), then null pointers (pVal included), then
- * width or height below 1. Nothing is written on an error. */
+ * width or height below 1. Nothing is written on an error.
+ * Outputs: pSrcDst (in place: read and written).
+ */
 ZELSR_API ZelStatus zelsLogGaussMultiMix_32f_D2(const Zel32f* pMean, const Zel32f* pVar, int step, const Zel32f* pSrc,
                                                 int width, Zel32f* pSrcDst, int height);
 ZELSR_API ZelStatus zelsLogGaussMultiMix_32f_D2L(const Zel32f** mMean, const Zel32f** mVar, const Zel32f* pSrc,
@@ -309,11 +333,13 @@ ZELSR_API ZelStatus zelsLogGaussAddMultiMix_LowScaled_16s32f_D2(const Zel16s* pM
 ZELSR_API ZelStatus zelsLogGaussAddMultiMix_LowScaled_16s32f_D2L(const Zel16s** mMean, const Zel16s** mVar,
                                                                  const Zel16s* pSrc, int width, const Zel32f* pVal,
                                                                  Zel32f* pSrcDst, int height, int scaleFactor);
+/** @} */
 
 /* ======================================================================== */
 /* Mixture evaluation                                                        */
 /* ======================================================================== */
-/* *pResult = log of the sum over y of exp(pVal[y] - S[y] / 2): one frame pSrc
+/** @{ */
+/** *pResult = log of the sum over y of exp(pVal[y] - S[y] / 2): one frame pSrc
  * of width elements against a mixture of height diagonal Gaussians, one row
  * of pMean and of pVar (inverse variances) per Gaussian, and pVal[y] the
  * constant term of Gaussian y with its weight. Note that height stands
@@ -323,7 +349,9 @@ ZELSR_API ZelStatus zelsLogGaussAddMultiMix_LowScaled_16s32f_D2L(const Zel16s** 
  * result. IdVar_32f_D2 alone folds its scores one by one from the first,
  * with the double coefficients of the single set; its D2L twin does not.
  * Checks: null pointers, then width above step (D2: zelStsStrideErr), then
- * width or height below 1. Nothing is written on an error. */
+ * width or height below 1. Nothing is written on an error.
+ * Outputs: pResult.
+ */
 ZELSR_API ZelStatus zelsLogGaussMixture_32f_D2(const Zel32f* pSrc, const Zel32f* pMean, const Zel32f* pVar,
                                                int height, int step, int width, const Zel32f* pVal,
                                                Zel32f* pResult);
@@ -367,7 +395,9 @@ ZELSR_API ZelStatus zelsLogGaussMixture_IdVarLowScaled_16s32f_D2(const Zel16s* p
 ZELSR_API ZelStatus zelsLogGaussMixture_IdVarLowScaled_16s32f_D2L(const Zel16s* pSrc, const Zel16s** mMean,
                                                                   int height, int width, const Zel32f* pVal,
                                                                   Zel32f* pResult, int scaleFactor);
-/* Select members: pDst[f] = the log-sum above for frame f (row f of pSrc, of
+/** @} */
+/** @{ */
+/** Select members: pDst[f] = the log-sum above for frame f (row f of pSrc, of
  * the same step as pMean) over the Gaussians g whose bit g is set in row f
  * of pSelect: (nGauss + 7) / 8 bytes a row, bit g in byte g / 8 under the
  * mask 0x80 >> g % 8; frames that select nothing get noneValue. The scores
@@ -377,7 +407,9 @@ ZELSR_API ZelStatus zelsLogGaussMixture_IdVarLowScaled_16s32f_D2L(const Zel16s* 
  * sizes decide the last bits of a result. Checks: null pointers, then
  * width, nGauss or height below 1, then step below width (D2) or a null row
  * pointer in any table (D2L); a scratch that cannot be allocated gives
- * zelStsMemAllocErr. Nothing is written on an error. */
+ * zelStsMemAllocErr. Nothing is written on an error.
+ * Outputs: pDst.
+ */
 ZELSR_API ZelStatus zelsLogGaussMixture_Select_32f_D2(const Zel32f* pSrc, const Zel32f* pMean, const Zel32f* pVar,
                                                       int step, int width, const Zel32f* pVal, const Zel8u* pSelect,
                                                       int nGauss, Zel32f* pDst, int height, Zel32f noneValue);
@@ -408,12 +440,14 @@ ZELSR_API ZelStatus zelsLogGaussMixture_SelectIdVarScaled_16s32f_D2L(const Zel16
                                                                      int width, const Zel32f* pVal,
                                                                      const Zel8u* pSelect, int nGauss, Zel32f* pDst,
                                                                      int height, Zel32f noneValue, int scaleFactor);
+/** @} */
 
 
 /* ======================================================================== */
 /* Single-vector scoring                                                     */
 /* ======================================================================== */
-/* ---- Single-vector scoring ------------------------------------------------
+/** @{ */
+/** Single-vector scoring.
  * *pResult = val - S / 2 for one vector of len elements, S = sum over j of
  * (pSrc[j] - pMean[j])^2 * pVar[j] with inverse variances (IdVar: all 1).
  * DirectVar members take variances and invert them on each call: a zero
@@ -426,7 +460,9 @@ ZELSR_API ZelStatus zelsLogGaussMixture_SelectIdVarScaled_16s32f_D2L(const Zel16
  * above. In 32f64f members the vectors are single and the sum, val and the
  * result double. Checks: null pointers, then len below 1 (zelStsSizeErr);
  * a BlockDVar matrix of another type gives zelStsContextMatchErr, and len
- * unequal to its total dimension zelStsSizeErr. */
+ * unequal to its total dimension zelStsSizeErr.
+ * Outputs: pResult.
+ */
 ZELSR_API ZelStatus zelsLogGaussSingle_32f(const Zel32f* pSrc, const Zel32f* pMean, const Zel32f* pVar, int len,
                                            Zel32f* pResult, Zel32f val);
 ZELSR_API ZelStatus zelsLogGaussSingle_64f(const Zel64f* pSrc, const Zel64f* pMean, const Zel64f* pVar, int len,
@@ -482,8 +518,10 @@ ZELSR_API ZelStatus zelsLogGaussSingle_IdVarScaled_16s32f(const Zel16s* pSrc, co
                                                           Zel32f* pResult, Zel32f val, int scaleFactor);
 ZELSR_API ZelStatus zelsLogGaussSingle_IdVarLowScaled_16s32f(const Zel16s* pSrc, const Zel16s* pMean, int len,
                                                              Zel32f* pResult, Zel32f val, int scaleFactor);
+/** @} */
 
-/* ---- Mahalanobis distances --------------------------------------------------
+/** @{ */
+/** Mahalanobis distances.
  * S itself, with no constant, no factor 1/2 and no square root. MahDist:
  * pDst[y] = S of frame row y against one Gaussian; MahDistMultiMix: S of one
  * frame pSrc against row y of the means and inverse variances. Checks: step
@@ -491,7 +529,9 @@ ZELSR_API ZelStatus zelsLogGaussSingle_IdVarLowScaled_16s32f(const Zel16s* pSrc,
  * MahDistSingle_16s32s_Sfs alone depends on alignment: with pSrc, pMean and
  * pVar on 16-byte boundaries it sums in single precision with differences
  * saturated to 16 bits, rounds, and ignores scaleFactor; otherwise it sums
- * exactly and shifts right by scaleFactor, saturating. */
+ * exactly and shifts right by scaleFactor, saturating.
+ * Outputs: pDst, pResult.
+ */
 ZELSR_API ZelStatus zelsMahDist_32f_D2(const Zel32f* pSrc, int step, const Zel32f* pMean, const Zel32f* pVar,
                                        int width, Zel32f* pDst, int height);
 ZELSR_API ZelStatus zelsMahDist_32f_D2L(const Zel32f** mSrc, const Zel32f* pMean, const Zel32f* pVar, int width,
@@ -518,19 +558,24 @@ ZELSR_API ZelStatus zelsMahDistSingle_16s32f(const Zel16s* pSrc, const Zel16s* p
                                              Zel32f* pResult);
 ZELSR_API ZelStatus zelsMahDistSingle_16s32s_Sfs(const Zel16s* pSrc, const Zel16s* pMean, const Zel16s* pVar, int len,
                                                  Zel32s* pResult, int scaleFactor);
+/** @} */
 
-/* ---- Constant terms ----------------------------------------------------------
+/** @{ */
+/** Constant terms.
  * pDst[i] = pSrcA[i] - pSrcB[i] / 2: the log weight of each Gaussian less half
  * the sum of the log variances and the dimensional term, the val of the
  * scoring functions. The _I members do pSrcDst[i] = pSrc[i] - pSrcDst[i] / 2.
  * 32s members wrap; the first len - len % 4 elements halve rounding down, the
- * last len % 4 rounding up. Checks: null pointers, then len below 1. */
+ * last len % 4 rounding up. Checks: null pointers, then len below 1.
+ * Outputs: pDst; pSrcDst (in place: read and written).
+ */
 ZELSR_API ZelStatus zelsOutProbPreCalc_32f(const Zel32f* pSrcA, const Zel32f* pSrcB, Zel32f* pDst, int len);
 ZELSR_API ZelStatus zelsOutProbPreCalc_64f(const Zel64f* pSrcA, const Zel64f* pSrcB, Zel64f* pDst, int len);
 ZELSR_API ZelStatus zelsOutProbPreCalc_32s(const Zel32s* pSrcA, const Zel32s* pSrcB, Zel32s* pDst, int len);
 ZELSR_API ZelStatus zelsOutProbPreCalc_32f_I(const Zel32f* pSrc, Zel32f* pSrcDst, int len);
 ZELSR_API ZelStatus zelsOutProbPreCalc_64f_I(const Zel64f* pSrc, Zel64f* pSrcDst, int len);
 ZELSR_API ZelStatus zelsOutProbPreCalc_32s_I(const Zel32s* pSrc, Zel32s* pSrcDst, int len);
+/** @} */
 
 #ifdef __cplusplus
 }

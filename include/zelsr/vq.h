@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0 */
-/* zelsr: vector quantization: codebooks, search, vector forming. Included by zelsr.h. */
+/** @file zelsr/vq.h
+ * Vector quantization: codebooks, search, vector forming. Included by zelsr.h. */
 #ifndef ZELSR_VQ_H
 #define ZELSR_VQ_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Aligned allocation, thread count and processor features.
 #include "zelcore_own.h"
 

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 // What the core library offers zelsr beyond its public allocation pair:
 // the thread count and the processor feature query.
 #pragma once

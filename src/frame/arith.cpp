@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Element-wise arithmetic of the toolkit: minimum, products, quotients,
 // square roots, magnitudes and logarithms.
 #include <math.h>

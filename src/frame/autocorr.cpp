@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Unnormalised autocorrelation: pDst[k] = sum over n of x[n] x[n + k].
 // Short results are summed directly; from 856 lags on the FFT path is
 // cheaper: the power spectrum of the zero-padded signal, transformed back.

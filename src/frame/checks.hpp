@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Argument checks of the exported functions, so that a family's ordered list
 // of checks reads like a table:
 //

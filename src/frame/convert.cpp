@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Conversions between element types, with the three rounding rules of the
 // toolkit: truncation (rnd 0), nearest with ties to even (rnd 1) and halves
 // away from zero (any other rnd). Saturation follows the processor: an

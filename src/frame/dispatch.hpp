@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The choice of instruction set. Every family has baseline kernels (SSE4.1
 // on x86-64, plain lanes in the portable build), which run everywhere the
 // library runs. A family may add kernels for AVX2 in a file of its own,

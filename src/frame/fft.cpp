@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The private real FFT: sizes, states, the forward transform in two layouts,
 // the inverse from the packed layout, and the 16-bit wrapper.
 #include <math.h>

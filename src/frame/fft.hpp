@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The records of the private real FFT. A state is read-only during a
 // transform, so one state serves several threads at once when each brings
 // its own scratch.

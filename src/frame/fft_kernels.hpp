@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Kernels of the private real FFT.
 //
 // A real transform of N = 2M points is a complex transform of the M values

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Fixed-point primitives in one place: powers of two for scale factors, the
 // three conversion rules (near, truncate, shift), saturation and the shifts
 // with a signed count. Each is decided here once.

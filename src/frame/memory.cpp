@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Allocation, fill, clear, copy and move of the toolkit.
 #include <string.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sums, dot products and extremes of the toolkit. Where lanes are used, the
 // lane sums are folded as (lane0 + lane1) + (lane2 + lane3) and the tail is
 // added after them, element by element, on every build.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Holds the floating-point unit at round-to-nearest for a scope and gives
 // the caller's mode back at its end, so that conversions round the same way
 // whatever mode the caller runs in.

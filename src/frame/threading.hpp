@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The toolkit's thread policy for element-wise kernels. A kernel runs on the
 // calling thread below its length threshold, or when the runtime offers fewer
 // than two threads; otherwise it runs in a parallel region of at most two

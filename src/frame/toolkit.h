@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 // The private toolkit under the exported families: allocation, fill and copy,
 // conversions, reductions, element-wise arithmetic, the real FFT and the
 // autocorrelation. Nothing here is exported. Each operation checks its own

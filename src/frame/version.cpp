@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The version query.
 #include "../core/zelcore_own.h"
 #include "zelsr.h"

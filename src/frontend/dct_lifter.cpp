@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // DCT lifter: size queries, builders in caller memory and allocating ones,
 // release, and the per-frame evaluation in float and 16-bit forms.
 #include <limits.h>

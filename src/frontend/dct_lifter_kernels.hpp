@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // DCT lifter: the state record and its layout in one block, the builders of
 // the multipliers and cosine rows, and the per-frame sums in their fixed lane
 // order. Float and 16-bit states share the record; the 16-bit one also

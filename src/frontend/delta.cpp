@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Dynamic features: the streaming delta and delta-delta windows with their
 // begin and end flags, the Aurora window, and the in-place regression.
 #include "frame/checks.hpp"

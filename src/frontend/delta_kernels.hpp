@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Dynamic features: the streaming windows (radius one and two, once or twice,
 // and the Aurora window of radius four) and the in-place regression of any
 // radius, on float and 16-bit rows.

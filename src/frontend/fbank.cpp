@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Filter banks: size queries, builders in caller memory and allocating ones,
 // evaluation, the accessors of centres and weights, release, and the mel
 // scale conversions. Each export checks its arguments in the family's order

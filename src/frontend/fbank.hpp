@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The filter-bank records and their row tables. The mel builders of this
 // family and the Aurora bank builders fill the same records through the same
 // layout helpers, and the evaluation, accessors and release read them.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Arithmetic of the filter banks: the mel scale, the centres and weights of
 // the builders (one source for the float rows and the Q14 rows), the Q30
 // integer bank, and the evaluation kernels.

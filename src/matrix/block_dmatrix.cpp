@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // zelsBlockDMatrixInitAlloc and zelsBlockDMatrixFree: a block-diagonal
 // matrix copied into one allocation, and its release.
 #include "matrix/block_dmatrix.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The block-diagonal matrix record behind ZelBlockDMatrix_16s, _32f and _64f.
 // One allocation holds the record, the block sizes, one row pointer per row
 // and the rows; a block of size n gives n rows of n elements, each row on a

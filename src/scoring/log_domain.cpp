@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // zelsLogAdd, zelsLogSub and zelsLogSum: the length first, then the
 // pointers, then one kernel. The arithmetic is in log_domain_kernels.hpp.
 #include "scoring/log_domain.hpp"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Log-domain addition shared by the scoring families: the two constant sets
 // of log(1 + exp(d)) and the private kernels. The arithmetic itself, with the
 // two scalar folds that the accumulating families repeat element by element,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Arithmetic of the log-domain family. The formulas are written once over a
 // lane type (a single, a double, or their vectors), so that the vector code
 // and the single-element code compute alike; they part only where the

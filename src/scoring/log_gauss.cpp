@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // zelsLogGauss: the log-likelihood of every row of a matrix of frames under
 // one diagonal Gaussian, val - S / 2 with S = sum of (x - mean)^2 * invVar.
 // Each exported function tests its arguments in the family's order (the step

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the accumulating (zelsLogGaussMax, zelsLogGaussAdd) and multi-mixture
 // families share: the frame-scoring kernels run over a range of rows, the
 // formulas that finish a score from a kernel's sum and a constant term, and

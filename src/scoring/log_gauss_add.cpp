@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // zelsLogGaussAdd: each row's score under one diagonal Gaussian, formed as
 // the frame scoring forms it, is added to the running value pSrcDst[y] in
 // the log domain (the exact sum of a mixture's components). Rows go in

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The AVX2 path of zelsLogGauss: the single-precision members and the 16-bit
 // members with single-precision lanes, in blocks of eight rows. The exported
 // functions in log_gauss.cpp test the arguments and choose this path once

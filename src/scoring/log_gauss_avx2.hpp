@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the exported functions of log_gauss.cpp hand to the AVX2 kernels of
 // log_gauss_avx2.cpp. Only declarations and plain records: this header is
 // read by files of both instruction sets.

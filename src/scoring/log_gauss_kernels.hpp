@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Arithmetic of Gaussian frame scoring: the quadratic form
 //
 //     S = sum over j of (x[j] - mean[j])^2 * w[j]

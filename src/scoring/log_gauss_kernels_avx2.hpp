@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // AVX2 kernels of Gaussian frame scoring, for files compiled for AVX2 only.
 //
 // They give the same bits as the kernels of log_gauss_kernels.hpp: each row

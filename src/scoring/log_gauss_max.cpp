@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // zelsLogGaussMax: each row's score under one diagonal Gaussian, formed as
 // the frame scoring forms it, replaces the running value pSrcDst[y] where it
 // is greater (the Viterbi approximation of a mixture). The members with

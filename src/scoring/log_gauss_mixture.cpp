@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // zelsLogGaussMixture: the log-likelihood of a frame under a diagonal
 // Gaussian mixture (16 plain members), and of many frames under the
 // Gaussians that a bit table selects for each (8 Select members).

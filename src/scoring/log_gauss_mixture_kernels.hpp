@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Arithmetic of mixture evaluation (zelsLogGaussMixture): the log-likelihood
 // of a frame under a whole diagonal mixture, log of the sum over y of
 // exp(val[y] - S[y] / 2), and of many frames under the Gaussians that a bit

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One frame against many diagonal Gaussians, the mean and inverse-variance
 // rows in a D2 block (one step for both) or in two D2L tables:
 //   zelsLogGaussMultiMix     the score of row y replaces the constant term

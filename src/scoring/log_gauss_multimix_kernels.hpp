@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The loop that the double-precision multi-mixture members run from 1000
 // rows on, in place of the frame-scoring kernel. It computes the same
 // (2 * v - S) * 0.5 and differs only in the association of the additions.

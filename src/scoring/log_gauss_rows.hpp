@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Row accessors of Gaussian frame scoring: how a kernel reaches row y of the
 // source, the mean and the weights. They only form addresses, so the kernels
 // of every instruction set share them (the AVX2 files among them, which may

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // zelsLogGaussSingle: the log-likelihood of one vector under one diagonal
 // Gaussian, val - S / 2 with S = sum of (x - mean)^2 * invVar, and the forms
 // that take variances (DirectVar, inverted on each call) or a block-diagonal

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // zelsMahDist, zelsMahDistMultiMix and zelsMahDistSingle: the quadratic form
 // S = sum of (x - mean)^2 * invVar itself, with no constant, no factor 1/2
 // and no square root. zelsMahDist scores frames as rows against one

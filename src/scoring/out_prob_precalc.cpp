@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // zelsOutProbPreCalc: the constant term val of the scoring functions, one per
 // Gaussian, as a - b / 2 with a the log weight and b the sum of the log
 // variances and the dimensional term. The in-place members overwrite b.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Argument tests of the scoring families that take a matrix: the step first,
 // then the pointers, then the sizes; the D2L members have no step.
 #pragma once

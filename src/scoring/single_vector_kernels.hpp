@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Arithmetic of single-vector scoring (zelsLogGaussSingle, zelsMahDist*,
 // zelsOutProbPreCalc) that the frame-scoring kernels don't already hold.
 // Where a single-vector score or distance is the frame sum of one row, the

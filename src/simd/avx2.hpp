@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // AVX2 part of the vector vocabulary, for the files compiled with -mavx2
 // (named *_avx2.cpp) and for nothing else.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Portable implementation of the vector vocabulary: plain lanes in the same
 // order and with the same per-lane results as the SSE4.1 header.
 #pragma once

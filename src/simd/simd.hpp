@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The small vector vocabulary that kernels are written in. One header per
 // instruction set implements the same operations on 128-bit values; the
 // portable one keeps the lane order of the vector one exactly, so that every

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // SSE4.1 implementation of the vector vocabulary.
 #pragma once
 

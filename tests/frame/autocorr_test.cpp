@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The unnormalised autocorrelation on both sides of the switch to the FFT
 // path at 856 lags, against a direct sum in long double.
 #include <stdio.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The private real FFT against a direct DFT in long double, in both layouts,
 // with every scaling flag, its inverse and the 16-bit wrapper.
 #include <stdio.h>

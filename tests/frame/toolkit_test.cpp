@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The toolkit's conversions, reductions and element-wise kernels.
 #include <fenv.h>
 #include <omp.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // DCT lifter: sizes, builders that stay inside the reported size, results
 // against a long double DCT-II and bit for bit against the fixed lane order,
 // the 16-bit forms as conversions of the float sums, and refused states.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Dynamic features: every streaming form against a plain clamped-window
 // reference, the same stream fed in blocks of varying sizes, the in-place
 // regression with its head and tail rows, fixed-point wrap and saturation,

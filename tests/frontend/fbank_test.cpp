@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Filter banks: banks against a bank computed independently in double
 // precision, evaluation against the fixed grouping of its sums, the
 // magnitude path against the toolkit's FFT bit for bit, fixed-point

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Block-diagonal matrices and the scoring members that read them: the
 // record's one allocation and its layout, release, the argument checks, the
 // BlockDVar scores bit for bit against a plain reference, the stack scratch

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Accumulating (zelsLogGaussMax, zelsLogGaussAdd) and multi-mixture scoring.
 // Every member against a reference, bit for bit, over the widths and heights
 // where a path changes (short rows, blocks of 128 and 100, the 1000-row rule

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Mixture evaluation. Plain members against the block rule (the scores of
 // the multi-mixture or single-vector members, folded by zelsLogSum in blocks
 // of 100, a later block led by the running value), bit for bit around the

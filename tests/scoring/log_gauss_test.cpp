@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Gaussian frame scoring. Every member against a plain row-by-row reference,
 // bit for bit, over the widths and heights where the kernels change path,
 // aligned and not, in both layouts, on each instruction set that the build

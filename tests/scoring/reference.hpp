@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Plain references shared by the scoring tests: the fixed lane orders of the
 // sums and the family's integer rules, one element at a time.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Single-vector scoring, distances and constant terms. Each member against a
 // reference, bit for bit, over the lengths where the kernels change path,
 // aligned and not: the frame member of one row where the score is the frame

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /* A C99 program that finds an installed zelsr and calls it. */
 #include <stdio.h>
 #include <string.h>
