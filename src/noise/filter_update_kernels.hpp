@@ -7,6 +7,8 @@
 
 #include <stdint.h>
 
+#include <bit>
+
 #include "frame/fixed.hpp"
 #include "frame/toolkit.h"
 #include "zelsr.h"
@@ -121,8 +123,7 @@ constexpr int32_t kRatioMinQ15 = 1, kRatioMaxQ15 = 3276800;
 
 // The gain factor in Q22 for u of 128 and above (u under 2^31).
 constexpr int64_t quadraticQ22(int64_t u) {
-    int b = 0;
-    while ((u >> (b + 1)) != 0) ++b;
+    const int b = int(std::bit_width(uint64_t(u))) - 1;
     const int k = b - 7;
     const int64_t d = u - (int64_t(1) << b);
     const Segment& s = kSegments[k];

@@ -171,6 +171,18 @@ void seed(Record<T>* r, const T* pSrc, T* pNoise) {
     }
 }
 
+// Rounded to nearest, ties to even, whatever the caller's rounding mode, and
+// saturated to 32 bits.
+inline int32_t roundSat32(double x) {
+    if (x >= 2147483647.0) return kMax32;
+    if (!(x > -2147483648.0)) return kMin32;
+    const double r = floor(x);
+    const double d = x - r;
+    const int64_t i = int64_t(r);
+    // Branch-free: the fraction of a noise estimate is as good as random.
+    return int32_t(i + (int64_t(d > 0.5) | (int64_t(d == 0.5) & i & 1)));
+}
+
 // The end of a frame: the window turns over when it was full.
 template <class T>
 void closeFrame(Record<T>* r, bool turn) {
@@ -260,19 +272,17 @@ inline void updateFixed(Record<int32_t>* r, const int32_t* pSrc, int32_t* pNoise
         const int32_t x = pSrc[k];
         const int32_t s = wrap32(int64_t(aS * uint64_t(int64_t(r->pSmooth[k])) + bS * uint64_t(int64_t(x))) >> 31);
         r->pSmooth[k] = s;
-        if (turn) {
-            r->pMin[k] = s < r->pTmp[k] ? s : r->pTmp[k];
-            r->pTmp[k] = s;
-        } else {
-            if (s < r->pMin[k]) r->pMin[k] = s;
-            if (s < r->pTmp[k]) r->pTmp[k] = s;
-        }
-        double p = double(r->pProb[k]) * aP * kQ31;
-        if (double(s) > double(r->pMin[k]) * delta * kQ15) p += bP;
+        const int32_t tmp = r->pTmp[k];
+        const int32_t lower = turn ? tmp : r->pMin[k];
+        const int32_t minimum = s < lower ? s : lower;
+        r->pMin[k] = minimum;
+        r->pTmp[k] = turn || s < tmp ? s : tmp;
+        const bool present = double(s) > double(minimum) * delta * kQ15;
+        const double p = double(r->pProb[k]) * aP * kQ31 + (present ? bP : 0.0);
         const double a = aD + p * bD * kQ31;
         const double nz = a * double(pNoise[k]) * kQ31 + (double(kMax32) - a) * double(x) * kQ31;
-        r->pProb[k] = satRounded32(roundHalfEven(p));
-        pNoise[k] = satRounded32(roundHalfEven(nz));
+        r->pProb[k] = roundSat32(p);
+        pNoise[k] = roundSat32(nz);
     }
     closeFrame(r, turn);
 }
