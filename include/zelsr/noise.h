@@ -27,7 +27,8 @@ extern "C" {
  * pointers into itself, so it must not be moved or copied once built; there
  * is nothing to free. An update writes the state: one thread at a time per
  * state.
- * Size in bytes: 16 * (fftLen / 2) + 84, plus 4 * (pointer width - 4).
+ * Size in bytes: 16 * (fftLen / 2) + 84 with 4-byte pointers; 104 in place
+ * of 84 with 8-byte pointers.
  * Checks: pSize null (zelStsNullPtrErr); fftLen outside 8..8192
  * (zelStsSizeErr).
  * Outputs: pSize.

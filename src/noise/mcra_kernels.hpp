@@ -25,8 +25,11 @@ constexpr int kMinSampFreq = 8000, kMaxSampFreq = 48000;
 
 // `Frac` is float in the float state and Q31 in the fixed one; the spectra
 // and the probability share that element type, so one record serves both.
+// The tag stands first, so that a block of another kind, or a short one, is
+// told apart by its first word alone.
 template <class T>
 struct Record {
+    uint32_t tag;
     int32_t sampFreq;
     int32_t fftLen;
     int32_t bits;        // significant bits of fftLen / 2
@@ -43,22 +46,19 @@ struct Record {
     T* pSmooth;
     T* pMin;
     T* pTmp;
-    uint32_t tag;
 };
 
-// The arrays follow the last field directly, not the padded record, so that
-// the block is 84 bytes plus the arrays with 4-byte pointers and grows by
-// the excess width of the four pointers elsewhere.
+// The arrays follow the record. With 4-byte pointers it takes 68 bytes and
+// the block 16 (fftLen / 2) + 84; wider pointers add their width and the
+// padding before them.
 template <class T>
-constexpr size_t kArraysOffset = offsetof(Record<T>, tag) + sizeof(uint32_t);
+constexpr size_t kArraysOffset = sizeof(Record<T>);
 static_assert(kArraysOffset<float> == kArraysOffset<int32_t>);
 static_assert(sizeof(void*) != 4 || kArraysOffset<float> == 68);
 
 inline int bins(int fftLen) { return fftLen / 2 + 1; }
 
-inline int64_t stateSize(int fftLen) {
-    return 16 * int64_t(fftLen / 2) + 84 + 4 * int64_t(sizeof(void*) - 4);
-}
+inline int64_t stateSize(int fftLen) { return int64_t(kArraysOffset<float>) + 16 * (int64_t(fftLen / 2) + 1); }
 
 // Shifts of n until it is zero: 0 for n under 1.
 inline int32_t significantBits(int n) {
