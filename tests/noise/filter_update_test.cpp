@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: Apache-2.0
+// Suppression gains: statuses and untouched outputs, negative ratios, the
+// ends of the tables. Accuracy against the exact gains is checked with scipy
+// in filter_update_test.py.
+#include <math.h>
+
+#include <vector>
+
+#include "common.hpp"
+#include "noise/filter_update_kernels.hpp"
+
+namespace {
+
+TEST(FilterUpdate, StatusesInCheckOrderAndNothingWrittenOnError) {
+    std::vector<float> a(65536, 0.5f), b(65536, 2.0f), d(65536, -3.0f);
+    std::vector<int32_t> ai(65536, 1 << 30), bi(65536, 1 << 15), di(65536, -3);
+    zt::expectStatuses({
+        {zelsFilterUpdateWiener_32f(nullptr, d.data(), 0), zelStsNullPtrErr},
+        {zelsFilterUpdateWiener_32f(a.data(), d.data(), 0), zelStsLengthRangeErr},
+        {zelsFilterUpdateWiener_32f(a.data(), d.data(), 65536), zelStsLengthRangeErr},
+        {zelsFilterUpdateWiener_32s(ai.data(), nullptr, 4), zelStsNullPtrErr},
+        {zelsFilterUpdateWiener_32s(ai.data(), di.data(), -1), zelStsLengthRangeErr},
+        {zelsFilterUpdateEMNS_32f(a.data(), nullptr, d.data(), 0), zelStsNullPtrErr},
+        {zelsFilterUpdateEMNS_32f(a.data(), b.data(), d.data(), 65536), zelStsLengthRangeErr},
+        {zelsFilterUpdateEMNS_32s(ai.data(), bi.data(), nullptr, 4), zelStsNullPtrErr},
+        {zelsFilterUpdateEMNS_32s(ai.data(), bi.data(), di.data(), 0), zelStsLengthRangeErr},
+    });
+    // A Wiener gain outside 0..1 (or NaN) anywhere is refused before any
+    // output is written; the fixed form can only tell negative ones.
+    for (float bad : {-0.001f, 1.001f, NAN}) {
+        a[70] = bad;
+        EXPECT_EQ(zelsFilterUpdateEMNS_32f(a.data(), b.data(), d.data(), 100), zelStsRangeErr);
+    }
+    ai[99] = -1;
+    EXPECT_EQ(zelsFilterUpdateEMNS_32s(ai.data(), bi.data(), di.data(), 100), zelStsRangeErr);
+    EXPECT_EQ(d[0], -3.0f);
+    EXPECT_EQ(di[0], -3);
+
+    // The longest length passes.
+    a.assign(65536, 0.25f), ai.assign(65536, 1 << 30);
+    EXPECT_EQ(zelsFilterUpdateWiener_32f(b.data(), d.data(), 65535), zelStsNoErr);
+    EXPECT_EQ(zelsFilterUpdateEMNS_32f(a.data(), b.data(), d.data(), 65535), zelStsNoErr);
+    EXPECT_EQ(zelsFilterUpdateWiener_32s(bi.data(), di.data(), 65535), zelStsNoErr);
+    EXPECT_EQ(zelsFilterUpdateEMNS_32s(ai.data(), bi.data(), di.data(), 65535), zelStsNoErr);
+    EXPECT_EQ(d[65535], -3.0f);
+    EXPECT_EQ(di[65535], -3);
+}
+
+TEST(FilterUpdate, NegativeAndZeroRatios) {
+    // A negative ratio gives gain 0 and a status, and every other gain is
+    // still written; a ratio of 0 gives 0 without one.
+    const float x[5] = {1.0f, -2.0f, 0.0f, 3.0f, -1e-30f};
+    float g[5];
+    EXPECT_EQ(zelsFilterUpdateWiener_32f(x, g, 5), zelStsBadArgErr);
+    EXPECT_EQ(g[0], 0.5f);
+    EXPECT_EQ(g[1], 0.0f);
+    EXPECT_EQ(g[2], 0.0f);
+    EXPECT_EQ(g[3], 0.75f);
+    EXPECT_EQ(g[4], 0.0f);
+    EXPECT_EQ(zelsFilterUpdateWiener_32f(x + 2, g, 2), zelStsNoErr);
+
+    const int32_t v[4] = {1 << 15, -1, 0, 1 << 30};
+    int32_t gi[4];
+    EXPECT_EQ(zelsFilterUpdateWiener_32s(v, gi, 4), zelStsBadArgErr);
+    EXPECT_EQ(gi[0], 1 << 30);  // x = 1: a half in Q31
+    EXPECT_EQ(gi[1], 0);
+    EXPECT_EQ(gi[2], 0);
+    EXPECT_EQ(gi[3], 2147483647);
+
+    // In place works.
+    float y[3] = {1.0f, 3.0f, 0.0f};
+    EXPECT_EQ(zelsFilterUpdateWiener_32f(y, y, 3), zelStsNoErr);
+    EXPECT_EQ(y[1], 0.75f);
+}
+
+TEST(FilterUpdate, EmnsTableEnds) {
+    // The tabulated factor follows 0.5 sqrt(pi / u) scaled by 2048, rounded,
+    // but for three entries kept one above it.
+    for (int u = 1; u < 129; ++u) {
+        const int rule = int(lround(0.5 * sqrt(3.14159265358979323846) * 2048.0 / sqrt(double(u))));
+        EXPECT_EQ(zel::gain::kSmall[u], rule + (u == 36 || u == 69 || u == 100)) << u;
+    }
+    // A product too small to register takes the largest factor, w * (2^31 - 1).
+    const float w[2] = {1e-3f, 0.0f}, g[2] = {1e-6f, 50.0f};
+    float d[2];
+    EXPECT_EQ(zelsFilterUpdateEMNS_32f(w, g, d, 2), zelStsNoErr);
+    EXPECT_EQ(d[0], 1e-3f * 2147483648.0f);
+    EXPECT_EQ(d[1], 0.0f);
+    const int32_t wi[2] = {1000, 1 << 30}, gi[2] = {-5, 1 << 22};
+    int32_t di[2];
+    EXPECT_EQ(zelsFilterUpdateEMNS_32s(wi, gi, di, 2), zelStsNoErr);
+    EXPECT_EQ(di[0], 2147483647);  // saturated
+    // Ratio 128 clamps to 100: the factor is then about 1, the gain about w.
+    EXPECT_NEAR(di[1] / 2147483648.0, 0.5 * 1.005, 0.005);
+}
+
+}  // namespace
