@@ -126,12 +126,12 @@ inline bool nearlyEqual(float a, float b) {
 // S = sum of (row - x)^2 * w of n rows, `step` elements apart. Frame scoring
 // with a zero constant gives -S / 2, which doubles back to S exactly for
 // every S above the subnormal range, in the one arithmetic order that every
-// search and the training share.
+// search and the training share. A zero distance comes back as +0.
 inline void sqDistances(const float* rows, int step, const float* x, const float* w, int width, int n, float* out) {
     if (n < 1) return;
     if (w) zelsLogGauss_32f_D2(rows, step, x, w, width, out, n, 0.0f);
     else zelsLogGauss_IdVar_32f_D2(rows, step, x, width, out, n, 0.0f);
-    for (int i = 0; i < n; ++i) out[i] = -2.0f * out[i];
+    for (int i = 0; i < n; ++i) out[i] = 0.0f - 2.0f * out[i];
 }
 
 // The same for rows reached through a table of pointers.
@@ -139,7 +139,7 @@ inline void sqDistancesL(const float** rows, const float* x, const float* w, int
     if (n < 1) return;
     if (w) zelsLogGauss_32f_D2L(rows, x, w, width, out, n, 0.0f);
     else zelsLogGauss_IdVar_32f_D2L(rows, x, width, out, n, 0.0f);
-    for (int i = 0; i < n; ++i) out[i] = -2.0f * out[i];
+    for (int i = 0; i < n; ++i) out[i] = 0.0f - 2.0f * out[i];
 }
 
 inline float sqDistance(const float* a, const float* x, const float* w, int width) {

@@ -16,9 +16,39 @@
 #include <stdint.h>
 #include <string.h>
 
+#include "simd/simd.hpp"
 #include "vq/cdbk.hpp"
 
 namespace zel::vq::search {
+
+// The first of the smallest of d[0..n) that is strictly below `best`, as
+// row `base` + k, or best and bi unchanged: the result of a scan that
+// replaces only on a strictly smaller value. Four candidates at a time:
+// lane k keeps the first strictly smallest of rows k, k + 4, ..., and the
+// lanes are then joined, an equal value going to the lower row.
+inline void firstMin(const float* d, int n, int base, float& best, int32_t& bi) {
+    alignas(16) static constexpr int32_t kLanes[4] = {0, 1, 2, 3};
+    using namespace simd;
+    F32x4 bv = set1(best);
+    I32x4 bix = set1(bi);
+    I32x4 row = add(load4i(kLanes), set1(base));
+    int k = 0;
+    for (; k + 4 <= n; k += 4) {
+        const F32x4 v = loadu4f(d + k);
+        const F32x4 m = cmplt(v, bv);
+        bv = select(m, v, bv);
+        bix = asInt(select(m, asFloat(row), asFloat(bix)));
+        row = add(row, set1(4));
+    }
+    alignas(16) float lv[4];
+    alignas(16) int32_t li[4];
+    store(lv, bv);
+    store(li, bix);
+    for (int l = 0; l < 4; ++l)
+        if (lv[l] < best || (lv[l] == best && li[l] < bi)) best = lv[l], bi = li[l];
+    for (; k < n; ++k)
+        if (d[k] < best) best = d[k], bi = base + k;
+}
 
 // Rows scored by one call of the scan.
 constexpr int kChunk = 512;
@@ -130,11 +160,14 @@ private:
         for (int i0 = 0; i0 < r_.nEntries; i0 += kChunk) {
             const int n = r_.nEntries - i0 < kChunk ? r_.nEntries - i0 : kChunk;
             sqDistances(table_ + ptrdiff_t(i0) * tableStride_, tableStride_, xf_, w(), width_, n, scores_);
-            int k = 0;
-            if (!weighted_ && i0 == 0) best = scores_[0], bi = 0, k = 1;
-            for (; k < n; ++k) {
+            if (!weighted_) {
+                if (i0 == 0) best = scores_[0], bi = 0;
+                firstMin(scores_, n, i0, best, bi);
+                continue;
+            }
+            for (int k = 0; k < n; ++k) {
                 const float d = scores_[k];
-                if (weighted_ ? double(best) > double(d) * 1.000001 : d < best) best = d, bi = i0 + k;
+                if (double(best) > double(d) * 1.000001) best = d, bi = i0 + k;
             }
         }
         idx = bi;
