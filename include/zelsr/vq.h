@@ -50,7 +50,7 @@ ZELSR_API ZelStatus zelsCdbkInit_L2_16s(ZelCdbkState_16s* pCdbk, const Zel16s* p
  * width below 1, zelStsSizeErr); pSrc or pWeights null (zelStsNullPtrErr;
  * ppCdbk null is zelStsNullPtrErr too); width, step, height or cdbkSize
  * below 1, width above step, cdbkSize above 16383 or above height
- * (zelStsSizeErr); a weight below 0 (zelStsBadArgErr); allocation
+ * (zelStsSizeErr); a weight below 0 or not a number (zelStsBadArgErr); allocation
  * (zelStsMemAllocErr); a hint other than 1, 2, 3 (zelStsCdbkFlagErr).
  * Results: hint 1 keeps all height rows and returns zelStsCdbkSizeWarn when
  * cdbkSize differs from height. Hints 2 and 3 return zelStsCdbkSizeWarn with

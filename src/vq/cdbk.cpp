@@ -3,6 +3,7 @@
 // only), the allocating builders (full codebooks with an optional cell grid,
 // or trained trees), release, and the two read-back functions.
 #include <limits.h>
+#include <stdint.h>
 #include <math.h>
 #include <string.h>
 
@@ -114,6 +115,7 @@ int64_t ownedStride(int width, int step, int hint) {
 
 template <class T>
 T* allocElems(int64_t n) {
+    if (n > int64_t((SIZE_MAX - 64) / sizeof(T))) return nullptr;
     T* p = static_cast<T*>(zelMalloc(size_t(n < 1 ? 1 : n) * sizeof(T)));
     if (p) memset(p, 0, size_t(n < 1 ? 1 : n) * sizeof(T));
     return p;
@@ -183,8 +185,8 @@ ZelStatus finishTree(OwnedRecord* o, Trainer<T>& t, int n) {
         if (!o->fastPool || !o->quadPool) return zelStsMemAllocErr;
     }
     if (K > 0) {
-        Scratch<float> tf{size_t(n) * size_t(width)};
-        Scratch<float> dd{size_t(n)};
+        Scratch<float> tf{uint64_t(n) * uint64_t(width)};
+        Scratch<float> dd{uint64_t(n)};
         if (!tf.p || !dd.p) return zelStsMemAllocErr;
         for (int p = 0; p < n; ++p) toFloat(table + int64_t(p) * r.rowStride, tf.p + int64_t(p) * width, width);
         for (int p = 0; p < n; ++p) {
@@ -234,16 +236,16 @@ ZelStatus trainTree(OwnedRecord* o, const T* pSrc, int step, int height, int cdb
     const int width = o->r.width;
     const int64_t cap = int64_t(cdbkSize) + 1;
     const int64_t nodes = 2 * int64_t(cdbkSize) + 1;
-    Scratch<float> x{size_t(height) * size_t(width)};
-    Scratch<float> wf{size_t(width)};
-    Scratch<Node*> leaf{size_t(cap)};
-    Scratch<int32_t> assign{size_t(height)};
-    Scratch<float> dist{size_t(height)};
-    Scratch<float> cf{size_t(cap) * size_t(width)};
-    Scratch<double> mean{sizeof(T) == 2 ? size_t(cap) * size_t(width) : 1};
-    Scratch<double> sum64{sizeof(T) == 2 ? size_t(cap) * size_t(width) : 1};
-    Scratch<float> sum32{sizeof(T) == 4 ? size_t(cap) * size_t(width) : 1};
-    Scratch<float> dtmp{size_t(cap)};
+    Scratch<float> x{uint64_t(height) * uint64_t(width)};
+    Scratch<float> wf{uint64_t(width)};
+    Scratch<Node*> leaf{uint64_t(cap)};
+    Scratch<int32_t> assign{uint64_t(height)};
+    Scratch<float> dist{uint64_t(height)};
+    Scratch<float> cf{uint64_t(cap) * uint64_t(width)};
+    Scratch<double> mean{sizeof(T) == 2 ? uint64_t(cap) * uint64_t(width) : 1};
+    Scratch<double> sum64{sizeof(T) == 2 ? uint64_t(cap) * uint64_t(width) : 1};
+    Scratch<float> sum32{sizeof(T) == 4 ? uint64_t(cap) * uint64_t(width) : 1};
+    Scratch<float> dtmp{uint64_t(cap)};
     o->nodePool = allocElems<Node>(nodes);
     o->centroidPool = allocElems<T>(nodes * width);
     if (!x.p || !wf.p || !leaf.p || !assign.p || !dist.p || !cf.p || !mean.p || !sum64.p || !sum32.p || !dtmp.p ||
@@ -305,8 +307,8 @@ ZelStatus initAlloc(State** ppCdbk, const T* pSrc, const T* pWeights, int width,
         copyRows(pSrc, step, height, width, static_cast<T*>(r.pTable), rs);
         status = cdbkSize == height ? zelStsNoErr : zelStsCdbkSizeWarn;
         if ((width == 1 || width == 2) && height >= 11) {
-            Scratch<float> v{size_t(height) * size_t(width)};
-            Scratch<float> wf{size_t(width)};
+            Scratch<float> v{uint64_t(height) * uint64_t(width)};
+            Scratch<float> wf{uint64_t(width)};
             ZelStatus g = v.p && wf.p ? zelStsNoErr : zelStsMemAllocErr;
             if (!g) {
                 for (int i = 0; i < height; ++i) toFloat(pSrc + int64_t(i) * step, v.p + int64_t(i) * width, width);

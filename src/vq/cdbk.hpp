@@ -158,14 +158,18 @@ inline void toFloat(const Zel16s* p, float* dst, int n) {
 }
 
 // A block of zelMalloc memory released on every exit.
+// Counts are taken in 64 bits, so that a product of two ints cannot wrap
+// on a 32-bit build; a count beyond the address space gives null.
 template <class T>
 struct Scratch {
     T* p = nullptr;
     Scratch() = default;
-    explicit Scratch(size_t n) { alloc(n); }
-    bool alloc(size_t n) {
+    explicit Scratch(uint64_t n) { alloc(n); }
+    bool alloc(uint64_t n) {
         zelFree(p);
-        p = static_cast<T*>(zelMalloc(n * sizeof(T) + 64));
+        p = nullptr;
+        if (n > (uint64_t(SIZE_MAX) - 64) / sizeof(T)) return false;
+        p = static_cast<T*>(zelMalloc(size_t(n) * sizeof(T) + 64));
         return p != nullptr;
     }
     ~Scratch() { zelFree(p); }

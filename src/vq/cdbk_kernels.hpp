@@ -124,7 +124,7 @@ inline ZelStatus grid1(OwnedRecord* o, const float* v, int height) {
     const Bounds b = bounds(mn, mx);
     // The cost falls as 2 * height / c while every cell is hit, by less than
     // 5% from c = 20 on, so the count stays small.
-    Scratch<Zel8u> marks{size_t(height) + 64};
+    Scratch<Zel8u> marks{uint64_t(height) + 64};
     if (!marks.p) return zelStsMemAllocErr;
     int c = 4;
     float cur = cost1(v, height, b, c, marks.p);
@@ -139,8 +139,8 @@ inline ZelStatus grid1(OwnedRecord* o, const float* v, int height) {
 
     const float s = extent(b) * 1.1f / float(c);
     ListBuilder lb;
-    Scratch<int64_t> starts{size_t(c) + 2};
-    Scratch<int32_t> counts{size_t(c) + 2};
+    Scratch<int64_t> starts{uint64_t(c) + 2};
+    Scratch<int32_t> counts{uint64_t(c) + 2};
     if (!starts.p || !counts.p) return zelStsMemAllocErr;
     bool ok = true;
     for (int k = 0; k < c; ++k) {
@@ -278,8 +278,8 @@ inline ZelStatus grid2(OwnedRecord* o, const float* xy, int height, const float*
     Grid2* grid = static_cast<Grid2*>(zelMalloc(sizeof(Grid2)));
     int32_t** lists = static_cast<int32_t**>(zelMalloc(size_t(slots) * sizeof(int32_t*)));
     int32_t* cnt = static_cast<int32_t*>(zelMalloc(size_t(slots) * sizeof(int32_t)));
-    Scratch<int64_t> starts{size_t(slots)};
-    Scratch<Zel8u> mark{size_t(height)};
+    Scratch<int64_t> starts{uint64_t(slots)};
+    Scratch<Zel8u> mark{uint64_t(height)};
     ListBuilder lb;
     bool ok = grid && lists && cnt && starts.p && mark.p;
     auto slot = [&](int r, int c) { return int64_t(r) * (nx + 2) + c; };
@@ -435,8 +435,8 @@ struct Trainer {
             return -1;
         }();
         int v = first;
-        Scratch<float> c0{size_t(width)};
-        Scratch<double> m0{size_t(width)};
+        Scratch<float> c0{uint64_t(width)};
+        Scratch<double> m0{uint64_t(width)};
         if (!c0.p || !m0.p) return false;
         memcpy(c0.p, cfRow(pa), sizeof(float) * size_t(width));
         if constexpr (sizeof(T) == 2) memcpy(m0.p, mean + ptrdiff_t(pa) * width, sizeof(double) * size_t(width));

@@ -69,7 +69,7 @@ ZelStatus formVectorVQ(const Src* pSrc, int srcStep, T* pDst, int dstStep, int h
     if (P == Packing::Bits && bits > srcStep) return zelStsSizeErr;
 
     const int64_t n = int64_t(height) * nStreams;
-    Scratch<int32_t> ind{static_cast<size_t>(n)};
+    Scratch<int32_t> ind{uint64_t(n)};
     if (!ind.p) return zelStsMemAllocErr;
     for (int r = 0; r < height; ++r) {
         int64_t bit = int64_t(r) * srcStep;

@@ -85,7 +85,7 @@ ZelStatus sortForm(const T* pSrc, Zel32s* pIndx, void* pDist, bool scaled, void*
     Record* r;
     if (ZelStatus s = singleChecks(pSrc, pIndx, pDist ? pDist : pIndx, pCdbk, r)) return s;
     if (nBest < 1 || nBest > r->nEntries) return zelStsSizeErr;
-    Scratch<float> sq{size_t(nBest)};
+    Scratch<float> sq{uint64_t(nBest)};
     if (!sq.p) return zelStsMemAllocErr;
     if (ZelStatus s = sortNearest(pSrc, pIndx, sq.p, *r, nBest)) return s;
     if (!pDist) return zelStsNoErr;
@@ -241,7 +241,7 @@ ZELSR_API ZelStatus zelsVQDist_16s32s_Sfs(const Zel16s* pSrc, int step, Zel32s* 
     const Record* r;
     if (ZelStatus s = vqChecks(pSrc, step, pIndx, pDist, height, pCdbk, r)) return s;
     if (!knownHint(*r)) return zelStsNoErr;
-    Scratch<float> d{size_t(height)};
+    Scratch<float> d{uint64_t(height)};
     if (!d.p) return zelStsMemAllocErr;
     const ZelStatus st = searchRows(pSrc, step, pIndx, d.p, height, *r);
     if (st) return st;

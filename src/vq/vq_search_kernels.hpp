@@ -63,9 +63,9 @@ public:
         const int k = n ? n->nNeighbours : 0;
         m_ = k + 1 > 4 ? k + 1 : 4;
         const bool image = sizeof(T) == 2 && (r.hint == kFull);
-        const size_t floats = size_t(width_) * 2 + size_t(m_) * size_t(width_) + size_t(kChunk > m_ ? kChunk : m_) +
-                              (image ? size_t(r.nEntries) * size_t(width_) : 0) + 64;
-        ok_ = mem_.alloc(floats) && ptrs_.alloc(size_t(m_)) && iscores_.alloc(size_t(m_)) && nodes_.alloc(size_t(m_));
+        const uint64_t floats = uint64_t(width_) * 2 + uint64_t(m_) * uint64_t(width_) +
+                                uint64_t(kChunk > m_ ? kChunk : m_) + (image ? uint64_t(r.nEntries) * uint64_t(width_) : 0) + 64;
+        ok_ = mem_.alloc(floats) && ptrs_.alloc(uint64_t(m_)) && iscores_.alloc(uint64_t(m_)) && nodes_.alloc(uint64_t(m_));
         if (!ok_) return;
         float* p = mem_.p;
         xf_ = p, p += width_;
