@@ -1,0 +1,231 @@
+// SPDX-License-Identifier: Apache-2.0
+// Arithmetic of the accumulators and updates of Gaussian re-estimation.
+//
+// Nearly every function here is element-wise: each output element is a
+// fixed formula of the same element of the inputs, so the vector kernels
+// that the compiler forms from these loops give the same bits as the scalar
+// tail and as the portable build (contraction is off, and no sum is
+// reordered). Where a result depends on an order — a weight sum, a column
+// sum, the covariance accumulation — the order is the rows' and the
+// elements' own, left to right, and the loops keep it.
+//
+// Templates over the element type T serve the 32-bit and 64-bit members; C
+// is the type a formula computes in where it differs from the storage.
+#pragma once
+
+#include <math.h>
+#include <stddef.h>
+#include <stdint.h>
+
+#include <limits>
+
+#include "frame/fixed.hpp"
+
+namespace zel::est {
+
+// ---- Occupation counts -----------------------------------------------------
+
+// A count at or below the smallest normal number of its type counts as zero.
+template <class T>
+constexpr bool isZeroOcc(T occ) {
+    return (occ < T(0) ? -occ : occ) <= std::numeric_limits<T>::min();
+}
+
+// ---- Moments of one frame --------------------------------------------------
+
+template <class T>
+void meanVarAcc(const T* x, const T* mean, T* meanAcc, T* varAcc, int len, T val) {
+    for (int i = 0; i < len; ++i) {
+        const T d = x[i] - mean[i];
+        const T t = d * val;
+        meanAcc[i] += t;
+        varAcc[i] += d * t;
+    }
+}
+
+// ---- Updates ---------------------------------------------------------------
+
+// Single precision multiplies by the reciprocal formed once; double divides
+// each element (fewer roundings where it costs least).
+template <class T>
+struct Scaled {
+    T occ, r;
+    explicit Scaled(T o) : occ(o), r(T(1) / o) {}
+    T operator()(T a) const {
+        if constexpr (sizeof(T) == 4) return a * r;
+        else return a / occ;
+    }
+};
+
+template <class T>
+void updateMean(const T* meanAcc, T* mean, int len, T meanOcc) {
+    const Scaled<T> by(meanOcc);
+    for (int i = 0; i < len; ++i) mean[i] += by(meanAcc[i]);
+}
+
+// Returns the number of floored elements. Single precision keeps a NaN
+// (it floors only where x <= floor holds); double stores x only where it
+// lies above the floor, so a NaN is floored.
+template <class T>
+int updateVar(const T* meanAcc, const T* varAcc, const T* varFloor, T* var, int len, T meanOcc, T varOcc) {
+    const Scaled<T> byMean(meanOcc), byVar(varOcc);
+    int floored = 0;
+    for (int i = 0; i < len; ++i) {
+        const T m = byMean(meanAcc[i]);
+        const T x = byVar(varAcc[i]) - m * m;
+        bool low;
+        if constexpr (sizeof(T) == 4) low = x <= varFloor[i];
+        else low = !(x > varFloor[i]);
+        var[i] = low ? varFloor[i] : x;
+        floored += low;
+    }
+    return floored;
+}
+
+template <class T>
+int updateWeight(const T* weightAcc, T* weight, int len, T* weightSum, T weightOcc, T weightFloor) {
+    const T r = T(1) / weightOcc;
+    int floored = 0;
+    T sum = T(0);
+    for (int i = 0; i < len; ++i) {
+        T w = weightAcc[i] * r;
+        const bool low = w <= weightFloor;
+        if (low) w = weightFloor;
+        weight[i] = w;
+        sum += w;
+        floored += low;
+    }
+    *weightSum = sum;
+    return floored;
+}
+
+// ---- New variance ----------------------------------------------------------
+
+// (var - mean^2 * val1) * val2 with the mean squared in single precision and
+// the rest in C.
+template <class C>
+inline C newVar(float mean, float var, float val1, float val2) {
+    const float m2 = mean * mean;
+    return (C(var) - C(m2) * C(val1)) * C(val2);
+}
+
+// ---- Column sums -------------------------------------------------------------
+
+// Columns go in blocks whose sums stay on the stack while all rows pass;
+// each sum runs down its column in row order, in single precision.
+constexpr int kColumnBlock = 64;
+
+// `load(j)` gives the starting sums of column j, `store(j, sum, sumSq)` takes
+// the finished ones.
+template <class S, class Load, class Store>
+void columnSums(const S* src, int step, int height, int width, Load load, Store store) {
+    float sum[kColumnBlock], sq[kColumnBlock];
+    for (int j0 = 0; j0 < width; j0 += kColumnBlock) {
+        const int n = width - j0 < kColumnBlock ? width - j0 : kColumnBlock;
+        for (int k = 0; k < n; ++k) load(j0 + k, sum[k], sq[k]);
+        for (int y = 0; y < height; ++y) {
+            const S* row = src + ptrdiff_t(y) * step + j0;
+            for (int k = 0; k < n; ++k) {
+                const float x = float(row[k]);
+                sum[k] += x;
+                sq[k] += x * x;
+            }
+        }
+        for (int k = 0; k < n; ++k) store(j0 + k, sum[k], sq[k]);
+    }
+}
+
+// ---- Covariance ----------------------------------------------------------------
+
+// The difference of a row and the mean as the accumulation holds it: in
+// single precision and widened for float rows, exact for 16-bit ones.
+inline double difference(float x, float m) { return double(x - m); }
+inline double difference(int16_t x, int16_t m) { return double(int32_t(x) - int32_t(m)); }
+
+// Up to four rows at a time share each load and store of a matrix row; the
+// products are still added one row after another, as the rows come.
+constexpr int kCovRows = 4;
+
+// `src(y)` gives row y of the frames, `dst(i)` row i of the matrix; d holds
+// kCovRows * width doubles.
+template <class S, class Src, class Dst>
+void accumulateCovariance(Src src, int height, const S* mean, Dst dst, int width, double* d) {
+    for (int y0 = 0; y0 < height; y0 += kCovRows) {
+        const int rows = height - y0 < kCovRows ? height - y0 : kCovRows;
+        for (int r = 0; r < rows; ++r) {
+            const S* x = src(y0 + r);
+            for (int j = 0; j < width; ++j) d[r * width + j] = difference(x[j], mean[j]);
+        }
+        const double* d0 = d;
+        const double* d1 = d + width;
+        const double* d2 = d + 2 * width;
+        const double* d3 = d + 3 * width;
+        for (int i = 0; i < width; ++i) {
+            double* __restrict out = dst(i);
+            switch (rows) {
+                case 4: {
+                    const double a = d0[i], b = d1[i], c = d2[i], e = d3[i];
+                    for (int j = 0; j <= i; ++j) out[j] = (((out[j] + a * d0[j]) + b * d1[j]) + c * d2[j]) + e * d3[j];
+                    break;
+                }
+                case 3: {
+                    const double a = d0[i], b = d1[i], c = d2[i];
+                    for (int j = 0; j <= i; ++j) out[j] = ((out[j] + a * d0[j]) + b * d1[j]) + c * d2[j];
+                    break;
+                }
+                case 2: {
+                    const double a = d0[i], b = d1[i];
+                    for (int j = 0; j <= i; ++j) out[j] = (out[j] + a * d0[j]) + b * d1[j];
+                    break;
+                }
+                default: {
+                    const double a = d0[i];
+                    for (int j = 0; j <= i; ++j) out[j] += a * d0[j];
+                }
+            }
+        }
+    }
+}
+
+// val scales the whole lower triangle, earlier contents included, and each
+// product is mirrored above the diagonal.
+template <class Dst>
+void scaleAndMirror(Dst dst, int width, double val) {
+    for (int i = 0; i < width; ++i) {
+        double* row = dst(i);
+        for (int j = 0; j <= i; ++j) {
+            const double v = row[j] * val;
+            row[j] = v;
+            dst(j)[i] = v;
+        }
+    }
+}
+
+// ---- Weighted sums -------------------------------------------------------------
+
+// The two coefficients of the weighted sum: c1 = weight1 * q, c2 = q * weight2
+// in the plain form, c1 = q, c2 = weight2 * q in the Half form.
+template <class C>
+struct Coefficients {
+    C c1, c2;
+};
+template <class C>
+Coefficients<C> coefficients(C weight1, C weight2, C s, bool half) {
+    const C q = C(1) / s;
+    if (half) return {q, weight2 * q};
+    return {weight1 * q, q * weight2};
+}
+
+template <class T, class C, class Store>
+void weightedSum(const T* a, const T* b, int len, Coefficients<C> c, Store store) {
+    for (int i = 0; i < len; ++i) store(i, C(a[i]) * c.c1 + C(b[i]) * c.c2);
+}
+
+// With a zero weight sum only the sign of the plain weighted sum v survives.
+enum class SignOf { Zero, Positive, Negative };
+template <class C>
+SignOf signOf(C v) {
+    return v > C(0) ? SignOf::Positive : (v < C(0) ? SignOf::Negative : SignOf::Zero);
+}
+
+}  // namespace zel::est
