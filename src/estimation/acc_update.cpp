@@ -34,7 +34,10 @@ template <class T>
 ZelStatus meanVarAccBy(const T* pSrc, const T* pSrcMean, T* pDstMeanAcc, T* pDstVarAcc, int len, T val) {
     if (ZelStatus s = firstError(requireNonNull(pSrc, pSrcMean, pDstMeanAcc, pDstVarAcc), requirePositive(len)))
         return s;
-    meanVarAcc(pSrc, pSrcMean, pDstMeanAcc, pDstVarAcc, len, val);
+    if (allAligned16(pSrc, pSrcMean, pDstMeanAcc, pDstVarAcc))
+        meanVarAcc<true>(pSrc, pSrcMean, pDstMeanAcc, pDstVarAcc, len, val);
+    else
+        meanVarAcc<false>(pSrc, pSrcMean, pDstMeanAcc, pDstVarAcc, len, val);
     return zelStsNoErr;
 }
 

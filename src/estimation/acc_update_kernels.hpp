@@ -20,6 +20,7 @@
 #include <limits>
 
 #include "frame/fixed.hpp"
+#include "simd/simd.hpp"
 
 namespace zel::est {
 
@@ -33,14 +34,67 @@ constexpr bool isZeroOcc(T occ) {
 
 // ---- Moments of one frame --------------------------------------------------
 
+// The vector of each element type and its loads and stores; `Aligned`
+// picks the load and store instructions and nothing else.
 template <class T>
-void meanVarAcc(const T* x, const T* mean, T* meanAcc, T* varAcc, int len, T val) {
-    for (int i = 0; i < len; ++i) {
-        const T d = x[i] - mean[i];
-        const T t = d * val;
-        meanAcc[i] += t;
-        varAcc[i] += d * t;
+struct Lanes;
+template <>
+struct Lanes<float> {
+    using V = simd::F32x4;
+    static constexpr int kWidth = 4;
+};
+template <>
+struct Lanes<double> {
+    using V = simd::F64x2;
+    static constexpr int kWidth = 2;
+};
+template <bool Aligned>
+inline simd::F32x4 load(const float* p) {
+    if constexpr (Aligned) return simd::load4f(p); else return simd::loadu4f(p);
+}
+template <bool Aligned>
+inline simd::F64x2 load(const double* p) {
+    if constexpr (Aligned) return simd::load2d(p); else return simd::loadu2d(p);
+}
+template <bool Aligned, class V, class T>
+inline void store(T* p, V v) {
+    if constexpr (Aligned) simd::store(p, v); else simd::storeu(p, v);
+}
+
+// Walks len elements eight at a time, then four, then one: `vec(i)` handles
+// one vector from element i, `one(i)` a single element. Every element gets
+// the same formula either way, so the split changes no result.
+template <class T, class Vec, class One>
+inline void byEight(int len, Vec vec, One one) {
+    constexpr int w = Lanes<T>::kWidth;
+    int i = 0;
+    for (; i + 8 <= len; i += 8)
+        for (int k = 0; k < 8; k += w) vec(i + k);
+    if (i + 4 <= len) {
+        for (int k = 0; k < 4; k += w) vec(i + k);
+        i += 4;
     }
+    for (; i < len; ++i) one(i);
+}
+
+// d = x - mean, t = d * val: meanAcc += t, varAcc += d * t.
+template <bool Aligned, class T>
+void meanVarAcc(const T* x, const T* mean, T* meanAcc, T* varAcc, int len, T val) {
+    const auto v = simd::set1(val);
+    byEight<T>(
+        len,
+        [=](int i) {
+            const auto d = simd::sub(load<Aligned>(x + i), load<Aligned>(mean + i));
+            const auto t = simd::mul(d, v);
+            store<Aligned>(meanAcc + i, simd::add(load<Aligned>(meanAcc + i), t));
+            store<Aligned>(varAcc + i, simd::add(load<Aligned>(varAcc + i), simd::mul(d, t)));
+        },
+        [=](int i) {
+            const T d = x[i] - mean[i];
+            const T t = d * val;
+            meanAcc[i] += t;
+            varAcc[i] += d * t;
+        });
 }
 
 // ---- Updates ---------------------------------------------------------------
