@@ -6,6 +6,7 @@
 // family's order and runs one kernel of acc_update_kernels.hpp.
 #include "estimation/acc_update_kernels.hpp"
 
+#include "estimation/scratch.hpp"
 #include "estimation/sum_ln.hpp"
 #include "frame/checks.hpp"
 #include "zelcore.h"
@@ -175,7 +176,7 @@ ZelStatus covariance(Src src, int height, const S* pMean, Dst dst, int width, do
     alignas(16) double local[kCovRows * kCovLocalWidth];
     double* d = local;
     if (width > kCovLocalWidth) {
-        d = static_cast<double*>(zelMalloc(size_t(kCovRows) * size_t(width) * sizeof(double)));
+        d = allocScratch<double>(int64_t(kCovRows) * width);
         if (!d) return zelStsMemAllocErr;
     }
     accumulateCovariance(src, height, pMean, dst, width, d);

@@ -6,6 +6,7 @@
 // gauss_split_merge_kernels.hpp.
 #include "estimation/gauss_split_merge_kernels.hpp"
 
+#include "estimation/scratch.hpp"
 #include "estimation/sum_ln.hpp"
 #include "frame/checks.hpp"
 #include "frame/fixed.hpp"
@@ -25,7 +26,7 @@ inline double nanOf(double) { return negativeQuietNaN64f(); }
 template <class T, int kLocal>
 class Scratch {
 public:
-    explicit Scratch(int n) : p_(n <= kLocal ? local_ : static_cast<T*>(zelMalloc(size_t(n) * sizeof(T)))) {}
+    explicit Scratch(int n) : p_(n <= kLocal ? local_ : allocScratch<T>(n)) {}
     ~Scratch() {
         if (p_ != local_) zelFree(p_);
     }
@@ -113,7 +114,7 @@ ZelStatus distance(const T* pMean1, const T* pVar1, const T* pMean2, const T* pV
             logSum += log(v);
         }
     } else {
-        double* v = static_cast<double*>(zelMalloc(size_t(len) * sizeof(double)));
+        double* v = allocScratch<double>(len);
         if (!v) return zelStsMemAllocErr;
         for (int i = 0; i < len; ++i) v[i] = merged(pMean1[i], pVar1[i], pMean2[i], pVar2[i], w1, w2, s).var;
         const ZelStatus st = ownSumLn_64f(v, len, &logSum);
