@@ -6,9 +6,15 @@
 // family's order and runs one kernel of acc_update_kernels.hpp.
 #include "estimation/acc_update_kernels.hpp"
 
+#define ZELSR_EST_TARGET base
+#include "estimation/covariance_kernels.hpp"
+
+#include "estimation/covariance_avx2.hpp"
+
 #include "estimation/scratch.hpp"
 #include "estimation/sum_ln.hpp"
 #include "frame/checks.hpp"
+#include "frame/dispatch.hpp"
 #include "zelcore.h"
 #include "zelsr.h"
 
@@ -145,41 +151,27 @@ ZelStatus sumMeanVarFixed(const Zel16s* pSrc, int step, int height, Zel32s* pDst
 
 // ---- Covariance ----
 
-// Rows of the frames and of the matrix, in either layout.
-template <class S>
-struct SrcBlock {
-    const S* base;
-    int step;
-    const S* operator()(int y) const { return base + ptrdiff_t(y) * step; }
-};
-template <class S>
-struct SrcTable {
-    const S* const* rows;
-    const S* operator()(int y) const { return rows[y]; }
-};
-struct DstBlock {
-    double* base;
-    int step;
-    double* operator()(int i) const { return base + ptrdiff_t(i) * step; }
-};
-struct DstTable {
-    double* const* rows;
-    double* operator()(int i) const { return rows[i]; }
-};
-
 // Differences of up to 512 columns stay on the stack; wider rows take
-// scratch, allocated before anything is written.
+// scratch, allocated before anything is written. On a processor with AVX2
+// the accumulation runs in acc_update_avx2.cpp, with the same bits.
 constexpr int kCovLocalWidth = 512;
 
-template <class S, class Src, class Dst>
-ZelStatus covariance(Src src, int height, const S* pMean, Dst dst, int width, double val) {
-    alignas(16) double local[kCovRows * kCovLocalWidth];
+template <class S>
+ZelStatus covariance(base::SrcRows<S> src, int height, const S* pMean, base::DstRows dst, int width, double val) {
+    alignas(16) double local[base::kCovRows * kCovLocalWidth];
     double* d = local;
     if (width > kCovLocalWidth) {
-        d = allocScratch<double>(int64_t(kCovRows) * width);
+        d = allocScratch<double>(int64_t(base::kCovRows) * width);
         if (!d) return zelStsMemAllocErr;
     }
-    accumulateCovariance(src, height, pMean, dst, width, d);
+    bool done = false;
+    if constexpr (kBuiltWithAvx2)
+        if (runsAvx2()) {
+            avx2::accumulateCovariance(src.base, src.step, src.table, height, pMean, dst.base, dst.step, dst.table,
+                                       width, d);
+            done = true;
+        }
+    if (!done) base::accumulateCovariance(src, height, pMean, dst, width, d);
     scaleAndMirror(dst, width, val);
     if (d != local) zelFree(d);
     return zelStsNoErr;
@@ -191,13 +183,14 @@ ZelStatus covarianceD2(const S* pSrc, int step, int height, const S* pMean, Zel6
     if (ZelStatus s = firstError(requireNonNull(pSrc, pMean, pDst), requirePositive(height, width),
                                  requireStride(step, width), requireStride(dstStep, width)))
         return s;
-    return covariance(SrcBlock<S>{pSrc, step}, height, pMean, DstBlock{pDst, dstStep}, width, val);
+    return covariance(base::SrcRows<S>{pSrc, step, nullptr}, height, pMean, base::DstRows{pDst, dstStep, nullptr}, width,
+                      val);
 }
 
 template <class S>
 ZelStatus covarianceD2L(const S** mSrc, int height, const S* pMean, Zel64f** mDst, int width, Zel64f val) {
     if (ZelStatus s = firstError(requireNonNull(mSrc, pMean, mDst), requirePositive(height, width))) return s;
-    return covariance(SrcTable<S>{mSrc}, height, pMean, DstTable{mDst}, width, val);
+    return covariance(base::SrcRows<S>{nullptr, 0, mSrc}, height, pMean, base::DstRows{nullptr, 0, mDst}, width, val);
 }
 
 // ---- Weighted sums ----

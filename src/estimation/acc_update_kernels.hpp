@@ -191,56 +191,6 @@ void columnSums(const S* src, int step, int height, int width, Load load, Store 
 
 // ---- Covariance ----------------------------------------------------------------
 
-// The difference of a row and the mean as the accumulation holds it: in
-// single precision and widened for float rows, exact for 16-bit ones.
-inline double difference(float x, float m) { return double(x - m); }
-inline double difference(int16_t x, int16_t m) { return double(int32_t(x) - int32_t(m)); }
-
-// Up to four rows at a time share each load and store of a matrix row; the
-// products are still added one row after another, as the rows come.
-constexpr int kCovRows = 4;
-
-// `src(y)` gives row y of the frames, `dst(i)` row i of the matrix; d holds
-// kCovRows * width doubles.
-template <class S, class Src, class Dst>
-void accumulateCovariance(Src src, int height, const S* mean, Dst dst, int width, double* d) {
-    for (int y0 = 0; y0 < height; y0 += kCovRows) {
-        const int rows = height - y0 < kCovRows ? height - y0 : kCovRows;
-        for (int r = 0; r < rows; ++r) {
-            const S* x = src(y0 + r);
-            for (int j = 0; j < width; ++j) d[r * width + j] = difference(x[j], mean[j]);
-        }
-        const double* d0 = d;
-        const double* d1 = d + width;
-        const double* d2 = d + 2 * width;
-        const double* d3 = d + 3 * width;
-        for (int i = 0; i < width; ++i) {
-            double* __restrict out = dst(i);
-            switch (rows) {
-                case 4: {
-                    const double a = d0[i], b = d1[i], c = d2[i], e = d3[i];
-                    for (int j = 0; j <= i; ++j) out[j] = (((out[j] + a * d0[j]) + b * d1[j]) + c * d2[j]) + e * d3[j];
-                    break;
-                }
-                case 3: {
-                    const double a = d0[i], b = d1[i], c = d2[i];
-                    for (int j = 0; j <= i; ++j) out[j] = ((out[j] + a * d0[j]) + b * d1[j]) + c * d2[j];
-                    break;
-                }
-                case 2: {
-                    const double a = d0[i], b = d1[i];
-                    for (int j = 0; j <= i; ++j) out[j] = (out[j] + a * d0[j]) + b * d1[j];
-                    break;
-                }
-                default: {
-                    const double a = d0[i];
-                    for (int j = 0; j <= i; ++j) out[j] += a * d0[j];
-                }
-            }
-        }
-    }
-}
-
 // val scales the whole lower triangle, earlier contents included, and each
 // product is mirrored above the diagonal.
 template <class Dst>

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "common.hpp"
+#include "frame/dispatch.hpp"
 
 namespace {
 
@@ -42,7 +43,7 @@ void each(Lcg& g, Digest& dg, F body) {
         for (int off : {0, 1}) body(g, dg, len, off);
 }
 
-TEST(EstimationDigest, SameBitsOnEveryBuild) {
+uint64_t digestOfAllMembers() {
     Lcg g;
     Digest dg;
     auto floats = [](Lcg& g, Digest& dg, int len, int off, auto zero) {
@@ -130,7 +131,16 @@ TEST(EstimationDigest, SameBitsOnEveryBuild) {
         dg.add(zelsAccCovarianceMatrix_16s64f_D2(x16.data(), step, height, a.data(), cov.data(), len, len, 0.7));
         dg.add(cov.data(), size_t(len) * len);
     });
-    EXPECT_EQ(dg.h, 16999885019728292298ull) << std::hex << dg.h;
+    return dg.h;
+}
+
+TEST(EstimationDigest, SameBitsOnEveryBuildAndInstructionSet) {
+    for (zel::Isa isa : {zel::Isa::kBaseline, zel::Isa::kAvx2}) {
+        const zel::Isa previous = zel::setMaxIsaForTesting(isa);
+        const uint64_t h = digestOfAllMembers();
+        EXPECT_EQ(h, 16999885019728292298ull) << std::hex << h << " at instruction set " << int(isa);
+        zel::setMaxIsaForTesting(previous);
+    }
 }
 
 }  // namespace
