@@ -77,7 +77,7 @@ Walk sumLn(const T* p, int len, double& out) {
                 return Walk::Negative;
             }
             if (x != x) {
-                out = double(x);
+                out = negativeQuietNaN64f();
                 return Walk::NaN;
             }
             int e = int((u >> B::kMantBits) & B::kExpMask);
@@ -114,7 +114,7 @@ ZelStatus ownSumLn_32f(const Zel32f* pSrc, int len, Zel32f* pSum) {
     if (ZelStatus s = firstError(requireNonNull(pSrc, pSum), requirePositive(len))) return s;
     double sum;
     const Walk w = sumLn(pSrc, len, sum);
-    *pSum = w == Walk::Negative ? negativeQuietNaN32f() : Zel32f(sum);
+    *pSum = (w == Walk::Negative || w == Walk::NaN) ? negativeQuietNaN32f() : Zel32f(sum);
     return statusOf(w);
 }
 

@@ -12,8 +12,8 @@
 //
 // The first element that is 0 (of either sign), has its sign bit set, or is
 // a NaN ends the walk: 0 writes +inf with zelStsLnZeroArg, a set sign bit the
-// NaN 0xffc00000 (0xfff8000000000000 in double) with zelStsLnNegArg, and a
-// NaN with a clear sign bit writes that NaN with zelStsNoErr. An infinite
+// NaN 0xffc00000 (0xfff8000000000000 in double) with zelStsLnNegArg, and any
+// other NaN writes the same NaN with zelStsNoErr. An infinite
 // element makes the sum +inf. Null pointers give zelStsNullPtrErr, len below
 // 1 zelStsSizeErr.
 #pragma once
