@@ -202,7 +202,7 @@ ZELSR_API ZelStatus zelsGaussianSplit_64f(Zel64f* pMean1, const Zel64f* pVar1, Z
  * negative one the NaN 0xffc00000 (0xfff8000000000000 in _64f) and
  * zelStsLnNegArg. _32f stops at the first such element, which is written and
  * the elements behind it are not; _64f writes all elements first. A zero s
- * gives non-finite results. Checks: len below 1, then null pointers. */
+ * gives non-finite results, and NaN input a NaN *pDstDet with zelStsNoErr. Checks: len below 1, then null pointers. */
 ZELSR_API ZelStatus zelsGaussianMerge_32f(const Zel32f* pMean1, const Zel32f* pVar1, const Zel32f* pMean2,
                                           const Zel32f* pVar2, Zel32f* pDstMean, Zel32f* pDstVar, int len,
                                           Zel32f* pDstDet, Zel32f weight1, Zel32f weight2);
@@ -216,7 +216,8 @@ ZELSR_API ZelStatus zelsGaussianMerge_64f(const Zel64f* pMean1, const Zel64f* pV
  * two products and their sum are Zel32f, the rest Zel64f. A merged variance
  * of 0 gives +inf and zelStsLnZeroArg, a negative one the NaN 0xffc00000
  * (0xfff8000000000000 in _64f) and zelStsLnNegArg. From len 13 (_32f) or 11
- * (_64f) on, scratch is allocated (zelStsMemAllocErr). Checks: len below 1,
+ * (_64f) on, scratch is allocated (zelStsMemAllocErr). NaN input gives a
+ * NaN result with zelStsNoErr. Checks: len below 1,
  * then null pointers. */
 ZELSR_API ZelStatus zelsGaussianDist_32f(const Zel32f* pMean1, const Zel32f* pVar1, const Zel32f* pMean2,
                                          const Zel32f* pVar2, int len, Zel32f* pResult, Zel32f weight1, Zel32f det1,
@@ -231,7 +232,8 @@ ZELSR_API ZelStatus zelsGaussianDist_64f(const Zel64f* pMean1, const Zel64f* pVa
  * 1.386294 and 0.693147. All four vectors must be positive, means included:
  * in the first group of four elements holding a value at or below 0, a
  * negative one gives the NaN 0xffc00000 (widened in 32f64f) and
- * zelStsLnNegArg, otherwise *pResult = +inf and zelStsLnZeroArg.
+ * zelStsLnNegArg, otherwise *pResult = +inf and zelStsLnZeroArg. A NaN
+ * passes that test and gives a NaN result with zelStsNoErr.
  * _32f forms (v1 + v2)^2 / (v1 * v2) with the processor's reciprocal
  * estimates, so two equal Gaussians give a value near, not at, 0, and the
  * result may differ in its last bits between processors; 32f64f works in
@@ -270,7 +272,8 @@ ZELSR_API ZelStatus zelsDcsClustLAccumulate_DirectVar_64f(const Zel64f* pMean, c
  * t = pSqr[i] * occ - pSum[i]^2, which is -occ / 2 times (the sum of the log
  * variances + len * (1 + log 2 pi)). An occ of exactly 0 gives -1e10 and
  * zelStsZeroOcc. A negative t gives at once the NaN 0xfff8000000000000 and
- * zelStsLnNegArg; otherwise a zero t gives -inf and zelStsLnZeroArg.
+ * zelStsLnNegArg; otherwise a zero t gives -inf and zelStsLnZeroArg. NaN
+ * statistics or a NaN occ give a NaN result with zelStsNoErr.
  * Checks: null pSum, pSqr or pDst; len; occ below 0 (zelStsNegOccErr). */
 ZELSR_API ZelStatus zelsDcsClustLCompute_64f(const Zel64f* pSum, const Zel64f* pSqr, int len, Zel64f* pDst,
                                              Zel64f occ);
