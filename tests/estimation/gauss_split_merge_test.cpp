@@ -243,4 +243,23 @@ TEST(Bhattacharyya, NonPositiveValuesAndChecks) {
     EXPECT_EQ(r, 3);
 }
 
+// NaN statistics terminate and give NaN results without a status.
+TEST(GaussNaN, NaNStatisticsGiveNaNResults) {
+    float m[16], v[16], r = 0;
+    std::fill(m, m + 16, 1.0f), std::fill(v, v + 16, 1.0f);
+    v[12] = NAN;
+    double d = 0, sum[2] = {1, NAN}, sqr[2] = {2, 2};
+    EXPECT_EQ(zelsBhatDist_32f(m, v, m, v, 16, &r), zelStsNoErr);
+    EXPECT_TRUE(std::isnan(r));
+    EXPECT_EQ(zelsBhatDistSLog_32f64f(m, v, m, v, 16, &d, 0, 0), zelStsNoErr);
+    EXPECT_TRUE(std::isnan(d));
+    for (int len : {5, 16}) {
+        r = 0;
+        EXPECT_EQ(zelsGaussianDist_32f(m, v + 16 - len, m, v, len, &r, 1, 0, 1, 0), zelStsNoErr);
+        EXPECT_TRUE(std::isnan(r)) << len;
+    }
+    EXPECT_EQ(zelsDcsClustLCompute_64f(sum, sqr, 2, &d, 3.0), zelStsNoErr);
+    EXPECT_TRUE(std::isnan(d));
+}
+
 }  // namespace
