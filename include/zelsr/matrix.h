@@ -42,9 +42,10 @@ ZELSR_API ZelStatus zelsBlockDMatrixFree_64f(ZelBlockDMatrix_64f* pMatrix);
  *
  * Orders of addition: a column sum adds the rows of a column one after the
  * other from row 0. A row sum or a matrix-vector product keeps eight single
- * (four double) partial sums, lane l taking elements l, l + 8, ...; they are
- * folded as ((s0 + s4) + (s1 + s5)) + ((s2 + s6) + (s3 + s7)) and the last
- * width modulo 8 elements are then added one by one. */
+ * (four double) partial sums, lane l taking elements l, l + 8, ... up to the
+ * last whole group of four (two) elements; they are folded as
+ * ((s0 + s4) + (s1 + s5)) + ((s2 + s6) + (s3 + s7)) and the last width
+ * modulo 4 (2) elements are then added one by one. */
 
 /* pDst[i] = sum of row i, for the height rows (output: pDst, height values).
  * 16s32f sums the converted integers in single precision; 16s32s forms the

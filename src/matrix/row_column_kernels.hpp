@@ -7,15 +7,16 @@
 //
 // Orders of addition, fixed here and on every build:
 // - A column reduction adds the rows of a column one after the other from
-//   row 0. Columns go in blocks of sixteen single (eight double) lanes with
-//   the row loop inside; the block changes which columns share a register,
+//   row 0. Columns go in groups of up to twelve vectors with
+//   the row loop inside; the blocks change which columns share a pass,
 //   never the order within a column, so a column's sum is that of the plain
 //   loop, bit for bit.
 // - A row reduction (row sums, matrix times vector) runs eight single (four
 //   double) lanes over the row: lane l adds elements l, l + 8, l + 16, ...
-//   The lanes are then folded as ((a0 + a4) + (a1 + a5)) + ((a2 + a6) + (a3 +
-//   a7)), and the last width modulo 8 elements are added one by one. A
-//   processor with wider registers can keep these eight lanes in one.
+//   up to the last whole group of four (two) elements. The lanes are then
+//   folded as ((a0 + a4) + (a1 + a5)) + ((a2 + a6) + (a3 + a7)), and the
+//   last width modulo 4 (2) elements are added one by one. A processor with
+//   wider registers can keep these eight lanes in one.
 // - Integer sums of products are exact (64 bits, or 128 where 32-bit
 //   products could overflow 64) and are scaled by a shift at the end.
 // Loads are unaligned, so alignment selects nothing and changes no result.
@@ -97,42 +98,67 @@ struct Lanes<double, double> {
 // What a column reduction gathers for column j: s = the sum of t = (w[i] times)
 // x[i][j], and, if asked, q = the sum of t times x[i][j]. The results go to
 // out(j, s, q) column by column.
-template <bool kWeighted, bool kSquares>
-struct ColumnTerms {};
-
-// Columns [j, width) in blocks of K vectors; returns the first column left.
+// One pass over the rows for K vectors of columns at the given offsets. The
+// last offset may overlap the one before it (a row's last columns, read as
+// a whole vector that ends at the width); its columns then come out twice
+// with the same bits, and only the new ones go to `out`.
 template <int K, class A, class S, bool W, bool Q, class Rows, class Out>
-int columnVectorBlocks(Rows rows, int height, int j, int width, const A* wgt, Out& out) {
+void columnGroup(Rows rows, int height, const int* off, const A* wgt, Out& out) {
     using L = Lanes<A, S>;
     using V = typename L::V;
     constexpr int n = L::n;
-    for (; j + K * n <= width; j += K * n) {
-        V s[K], q[K];
-        for (int k = 0; k < K; ++k) s[k] = q[k] = L::zero();
-        for (int i = 0; i < height; ++i) {
-            const S* r = rows(i) + j;
-            V w = L::zero();
-            if constexpr (W) w = L::set(wgt[i]);
-            for (int k = 0; k < K; ++k) {
-                const V x = L::load(r + k * n);
-                const V t = W ? simd::mul(w, x) : x;
-                s[k] = simd::add(s[k], t);
-                if constexpr (Q) q[k] = simd::add(q[k], simd::mul(t, x));
-            }
-        }
-        A sb[K * n], qb[K * n];
+    V s[K], q[K];
+    for (int k = 0; k < K; ++k) s[k] = q[k] = L::zero();
+    for (int i = 0; i < height; ++i) {
+        const S* r = rows(i);
+        V w = L::zero();
+        if constexpr (W) w = L::set(wgt[i]);
         for (int k = 0; k < K; ++k) {
-            L::store(sb + k * n, s[k]);
-            L::store(qb + k * n, q[k]);
+            const V x = L::load(r + off[k]);
+            const V t = W ? simd::mul(w, x) : x;
+            s[k] = simd::add(s[k], t);
+            if constexpr (Q) q[k] = simd::add(q[k], simd::mul(t, x));
         }
-        for (int c = 0; c < K * n; ++c) out(j + c, sb[c], qb[c]);
     }
-    return j;
+    for (int k = 0; k < K; ++k) {
+        A sb[n], qb[n];
+        L::store(sb, s[k]);
+        L::store(qb, q[k]);
+        const int first = k == 0 ? 0 : off[k - 1] + n - off[k];
+        for (int c = first < 0 ? 0 : first; c < n; ++c) out(off[k] + c, sb[c], qb[c]);
+    }
+}
+
+template <int K, class A, class S, bool W, bool Q, class Rows, class Out>
+void columnGroupOf(int count, Rows rows, int height, const int* off, const A* wgt, Out& out) {
+    if (count == K)
+        columnGroup<K, A, S, W, Q>(rows, height, off, wgt, out);
+    else if constexpr (K > 1)
+        columnGroupOf<K - 1, A, S, W, Q>(count, rows, height, off, wgt, out);
+}
+
+// Every column of a table at least one vector wide. The columns are cut
+// into as few groups as the registers allow (twelve vectors, six when the
+// squares are summed as well), of nearly equal size, so that each pass over
+// the rows keeps enough independent sums in flight; the last vector ends at
+// the width and may overlap the one before it.
+template <class A, class S, bool W, bool Q, class Rows, class Out>
+void columnVectors(Rows rows, int height, int width, const A* wgt, Out& out) {
+    constexpr int n = Lanes<A, S>::n, kMax = Q ? 6 : 12;
+    const int vectors = (width + n - 1) / n;
+    const int groups = (vectors + kMax - 1) / kMax;
+    int next = 0;
+    for (int g = 0; g < groups; ++g) {
+        const int count = vectors / groups + (g < vectors % groups ? 1 : 0);
+        int off[kMax];
+        for (int k = 0; k < count; ++k, next += n) off[k] = next + n <= width ? next : width - n;
+        columnGroupOf<kMax, A, S, W, Q>(count, rows, height, off, wgt, out);
+    }
 }
 
 // The plain form of the same arithmetic, eight columns at a time so that
 // each row is still read in one pass; it serves the types without vector
-// lanes and the last columns.
+// lanes and tables narrower than a vector.
 template <class A, class S, bool W, bool Q, class Rows, class Out>
 void columnPlain(Rows rows, int height, int j, int width, const A* wgt, Out& out) {
     constexpr int B = 8;
@@ -154,12 +180,13 @@ void columnPlain(Rows rows, int height, int j, int width, const A* wgt, Out& out
 
 template <class A, class S, bool W, bool Q, class Rows, class Out>
 void columnReduce(Rows rows, int height, int width, const A* wgt, Out out) {
-    int j = 0;
     if constexpr (Lanes<A, S>::ok) {
-        j = columnVectorBlocks<4, A, S, W, Q>(rows, height, j, width, wgt, out);
-        j = columnVectorBlocks<1, A, S, W, Q>(rows, height, j, width, wgt, out);
+        if (width >= Lanes<A, S>::n) {
+            columnVectors<A, S, W, Q>(rows, height, width, wgt, out);
+            return;
+        }
     }
-    columnPlain<A, S, W, Q>(rows, height, j, width, wgt, out);
+    columnPlain<A, S, W, Q>(rows, height, 0, width, wgt, out);
 }
 
 // ---- Row reductions ---------------------------------------------------------------------
@@ -200,6 +227,32 @@ void rowSums(const S* const* x, const S* v, int width, A* out) {
             a[r] = simd::add(a[r], x0);
             b[r] = simd::add(b[r], x1);
         }
+    }
+    if (j + n <= width) {
+        V v0 = L::zero();
+        if constexpr (kMul) v0 = L::load(v + j);
+        for (int r = 0; r < R; ++r) {
+            V x0 = L::load(x[r] + j);
+            if constexpr (kMul) x0 = simd::mul(x0, v0);
+            a[r] = simd::add(a[r], x0);
+        }
+        j += n;
+    }
+    if constexpr (std::is_same_v<A, float> && R == 4) {
+        // Four rows fold together: after a transpose, lane r of each vector
+        // belongs to row r, and the same pairwise fold and the tail run on
+        // all four rows at once, in the same order as one row alone.
+        simd::F32x4 t0 = simd::add(a[0], b[0]), t1 = simd::add(a[1], b[1]), t2 = simd::add(a[2], b[2]),
+                    t3 = simd::add(a[3], b[3]);
+        simd::transpose4(t0, t1, t2, t3);
+        simd::F32x4 res = simd::add(simd::add(t0, t1), simd::add(t2, t3));
+        for (int k = j; k < width; ++k) {
+            simd::F32x4 e = simd::set4f(float(x[0][k]), float(x[1][k]), float(x[2][k]), float(x[3][k]));
+            if constexpr (kMul) e = simd::mul(e, simd::set1(float(v[k])));
+            res = simd::add(res, e);
+        }
+        simd::storeu(out, res);
+        return;
     }
     for (int r = 0; r < R; ++r) {
         A t = foldLanes(a[r], b[r]);

@@ -40,14 +40,14 @@ void columnRef(const Mat<T>& m, const A* w, std::vector<A>& s, std::vector<A>& q
         }
 }
 
-// The row order of the library: 2n lanes over the row, folded pairwise, then the tail.
+// The row order of the library: 2n lanes over the whole groups of n, folded pairwise, then the tail.
 template <class A, class T>
 A rowRef(const T* x, const T* v, int width) {
     constexpr int n = sizeof(A) == 4 ? 4 : 2;
     A acc[2 * n] = {};
     int j = 0;
-    for (; j + 2 * n <= width; j += 2 * n)
-        for (int k = 0; k < 2 * n; ++k) acc[k] += v ? A(A(x[j + k]) * A(v[j + k])) : A(x[j + k]);
+    for (; j + n <= width; j += n)
+        for (int k = 0; k < n; ++k) acc[j % (2 * n) + k] += v ? A(A(x[j + k]) * A(v[j + k])) : A(x[j + k]);
     A t[n];
     for (int k = 0; k < n; ++k) t[k] = acc[k] + acc[k + n];
     A r = n == 4 ? (t[0] + t[1]) + (t[2] + t[3]) : t[0] + t[1];

@@ -112,8 +112,9 @@ void expectDecomposition(const Dense& a, int h, int w, const Result& r, double s
             for (int k = 0; k < w; ++k) vv += r.v[size_t(k) * w + i] * r.v[size_t(k) * w + j];
             for (int k = 0; k < h; ++k) uu += r.u[size_t(k) * w + i] * r.u[size_t(k) * w + j];
             EXPECT_NEAR(vv, i == j ? 1.0 : 0.0, 1e-13 * w) << "V'V " << i << "," << j;
-            if (h >= w || (r.w[i] > 1e-10 * scale && r.w[j] > 1e-10 * scale))
+            if (h >= w || (r.w[i] > 1e-10 * scale && r.w[j] > 1e-10 * scale)) {
                 EXPECT_NEAR(uu, i == j ? 1.0 : 0.0, 1e-13 * h) << "U'U " << i << "," << j;
+            }
         }
 }
 
