@@ -101,9 +101,9 @@ struct Lanes<double, double> {
 // One pass over the rows for K vectors of columns at the given offsets. The
 // last offset may overlap the one before it (a row's last columns, read as
 // a whole vector that ends at the width); its columns then come out twice
-// with the same bits, and only the new ones go to `out`.
+// with the same bits, and only those from `done` on go to `out`.
 template <int K, class A, class S, bool W, bool Q, class Rows, class Out>
-void columnGroup(Rows rows, int height, const int* off, const A* wgt, Out& out) {
+void columnGroup(Rows rows, int height, const int* off, const A* wgt, Out& out, int& done) {
     using L = Lanes<A, S>;
     using V = typename L::V;
     constexpr int n = L::n;
@@ -124,17 +124,17 @@ void columnGroup(Rows rows, int height, const int* off, const A* wgt, Out& out) 
         A sb[n], qb[n];
         L::store(sb, s[k]);
         L::store(qb, q[k]);
-        const int first = k == 0 ? 0 : off[k - 1] + n - off[k];
-        for (int c = first < 0 ? 0 : first; c < n; ++c) out(off[k] + c, sb[c], qb[c]);
+        for (int c = done > off[k] ? done - off[k] : 0; c < n; ++c) out(off[k] + c, sb[c], qb[c]);
+        done = off[k] + n;
     }
 }
 
 template <int K, class A, class S, bool W, bool Q, class Rows, class Out>
-void columnGroupOf(int count, Rows rows, int height, const int* off, const A* wgt, Out& out) {
+void columnGroupOf(int count, Rows rows, int height, const int* off, const A* wgt, Out& out, int& done) {
     if (count == K)
-        columnGroup<K, A, S, W, Q>(rows, height, off, wgt, out);
+        columnGroup<K, A, S, W, Q>(rows, height, off, wgt, out, done);
     else if constexpr (K > 1)
-        columnGroupOf<K - 1, A, S, W, Q>(count, rows, height, off, wgt, out);
+        columnGroupOf<K - 1, A, S, W, Q>(count, rows, height, off, wgt, out, done);
 }
 
 // Every column of a table at least one vector wide. The columns are cut
@@ -147,12 +147,12 @@ void columnVectors(Rows rows, int height, int width, const A* wgt, Out& out) {
     constexpr int n = Lanes<A, S>::n, kMax = Q ? 6 : 12;
     const int vectors = (width + n - 1) / n;
     const int groups = (vectors + kMax - 1) / kMax;
-    int next = 0;
+    int next = 0, done = 0;
     for (int g = 0; g < groups; ++g) {
         const int count = vectors / groups + (g < vectors % groups ? 1 : 0);
         int off[kMax];
         for (int k = 0; k < count; ++k, next += n) off[k] = next + n <= width ? next : width - n;
-        columnGroupOf<kMax, A, S, W, Q>(count, rows, height, off, wgt, out);
+        columnGroupOf<kMax, A, S, W, Q>(count, rows, height, off, wgt, out, done);
     }
 }
 

@@ -185,6 +185,20 @@ TEST(SVD, ZeroDiagonalAndTheIterationLimit) {
     expectDecomposition(a, 5, 5, run(a, 5, 5, kD2L, false, 30), 1.0);
 }
 
+// Every build (vector, portable, 32-bit) must give these very bits: the
+// digest of U, W and V for a fixed matrix from an integer generator.
+TEST(SVD, SameBitsOnEveryBuild) {
+    const int h = 9, w = 7;
+    Dense a(size_t(h) * w);
+    unsigned x = 2024;
+    for (double& e : a) e = double((x = x * 1103515245u + 12345u) >> 8) * 0x1p-24 - 0.5;
+    const Result r = run(a, h, w, kD2L, true);
+    uint64_t digest = 1469598103934665603ull;
+    for (const Dense* part : {&r.u, &r.w, &r.v})
+        for (double e : *part) digest = (digest ^ zt::bits(e)) * 1099511628211ull;
+    EXPECT_EQ(digest, 0xc3d7e6049739628aull) << std::hex << digest;
+}
+
 TEST(SVD, NonFiniteInputAndArgumentChecks) {
     double a[12] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}, u[12], w[3], v[9];
     const double* at[4] = {a, a + 3, a + 6, a + 9};
