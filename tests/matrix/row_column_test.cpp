@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <atomic>
 #include <functional>
+#include <numeric>
 
 #include "matrix_test.hpp"
 
@@ -55,35 +56,41 @@ A rowRef(const T* x, const T* v, int width) {
     return r;
 }
 
+// Runs a member's D2 and D2L calls, each into its own output, and compares both with want.
+template <class D, class F2, class FL>
+void layouts(const std::vector<D>& want, const char* what, F2 d2, FL d2l) {
+    std::vector<D> a(want.size(), D(-7)), b(want.size(), D(-7));
+    EXPECT_EQ(d2(a.data()), zelStsNoErr) << what;
+    EXPECT_EQ(d2l(b.data()), zelStsNoErr) << what;
+    expectSame(a.data(), want.data(), want.size(), what);
+    expectSame(b.data(), want.data(), want.size(), what);
+}
+#define D2_AND_D2L(T, d2call, d2lcall) [&](T* o) { return d2call; }, [&](T* o) { return d2lcall; }
+
 // ---- Column statistics -----------------------------------------------------------------------------
 
 template <class T, class A>
 void checkColumnSums(int h, int w, size_t off) {
     Mat<T> m(h, w, 3, off);
     m.random(-1000, 1000);
-    std::vector<A> s, q, got(w), got2(w);
+    std::vector<A> s, q;
     columnRef<A>(m, static_cast<const A*>(nullptr), s, q);
-    if constexpr (std::is_same_v<T, float>) {
-        EXPECT_EQ(zelsSumColumn_32f_D2(m.cp(), h, m.step, got.data(), w), zelStsNoErr);
-        EXPECT_EQ(zelsSumColumn_32f_D2L(m.ct(), h, got2.data(), w), zelStsNoErr);
-    } else if constexpr (std::is_same_v<T, double>) {
-        EXPECT_EQ(zelsSumColumn_64f_D2(m.cp(), h, m.step, got.data(), w), zelStsNoErr);
-        EXPECT_EQ(zelsSumColumn_64f_D2L(m.ct(), h, got2.data(), w), zelStsNoErr);
-    } else {
-        EXPECT_EQ(zelsSumColumn_16s32f_D2(m.cp(), h, m.step, got.data(), w), zelStsNoErr);
-        EXPECT_EQ(zelsSumColumn_16s32f_D2L(m.ct(), h, got2.data(), w), zelStsNoErr);
-        // The same sums by the near rule, scaled.
-        for (int sf : {-1, 0, 3}) {
-            std::vector<Zel32s> i1(w), i2(w), want(w);
+    if constexpr (std::is_same_v<T, float>)
+        layouts(s, "SumColumn_32f", D2_AND_D2L(float, zelsSumColumn_32f_D2(m.cp(), h, m.step, o, w),
+                                                zelsSumColumn_32f_D2L(m.ct(), h, o, w)));
+    if constexpr (std::is_same_v<T, double>)
+        layouts(s, "SumColumn_64f", D2_AND_D2L(double, zelsSumColumn_64f_D2(m.cp(), h, m.step, o, w),
+                                                zelsSumColumn_64f_D2L(m.ct(), h, o, w)));
+    if constexpr (std::is_same_v<T, Zel16s>) {
+        layouts(s, "SumColumn_16s32f", D2_AND_D2L(float, zelsSumColumn_16s32f_D2(m.cp(), h, m.step, o, w),
+                                                   zelsSumColumn_16s32f_D2L(m.ct(), h, o, w)));
+        for (int sf : {-1, 3}) {  // the same sums by the near rule, scaled
+            std::vector<Zel32s> want(w);
             for (int j = 0; j < w; ++j) want[j] = mt::nearRef32(s[j], sf);
-            EXPECT_EQ(zelsSumColumn_16s32s_D2Sfs(m.cp(), h, m.step, i1.data(), w, sf), zelStsNoErr);
-            EXPECT_EQ(zelsSumColumn_16s32s_D2LSfs(m.ct(), h, i2.data(), w, sf), zelStsNoErr);
-            expectSame(i1.data(), want.data(), w, "SumColumn_16s32s D2");
-            expectSame(i2.data(), want.data(), w, "SumColumn_16s32s D2L");
+            layouts(want, "SumColumn_16s32s", D2_AND_D2L(Zel32s, zelsSumColumn_16s32s_D2Sfs(m.cp(), h, m.step, o, w, sf),
+                                                          zelsSumColumn_16s32s_D2LSfs(m.ct(), h, o, w, sf)));
         }
     }
-    expectSame(got.data(), s.data(), w, "SumColumn D2");
-    expectSame(got2.data(), s.data(), w, "SumColumn D2L");
 }
 
 TEST(ColumnKernels, SumsMatchTheRowByRowLoop) {
@@ -98,84 +105,70 @@ TEST(ColumnKernels, SumsMatchTheRowByRowLoop) {
 }
 
 TEST(ColumnKernels, MeansVariancesAndProductsMatchTheRowByRowLoop) {
-    for (int h : {2, 3, 5, 8})
+    for (int h : {2, 3, 8})
         for (int w : kWidths) {
             SCOPED_TRACE(testing::Message() << "h=" << h << " w=" << w);
             Mat<float> m(h, w);
             m.random(-10, 10);
-            std::vector<float> s, q, wgt(h);
+            std::vector<float> s, q, ws, wq, wgt(h);
             zt::fillUniform(wgt.data(), h, 0.0, 1.0);
             columnRef<float>(m, static_cast<const float*>(nullptr), s, q);
+            columnRef<float>(m, wgt.data(), ws, wq);
             const float inv = float(1.0 / h), rinv = float(1.0 / (h - 1));
-            std::vector<float> mean(w), var(w), varAbout(w), mean0(w);
+            std::vector<float> mean(w), var(w), mean0(w), var0(w), wvar(w), wvar0(w), added(w);
             for (int j = 0; j < w; ++j) {
                 mean[j] = s[j] * inv;
                 mean0[j] = float(j) - 1.5f;  // an arbitrary given mean
                 var[j] = (q[j] + float(-h) * (mean[j] * mean[j])) * rinv;
-                varAbout[j] = (q[j] + float(-h) * (mean0[j] * mean0[j])) * rinv;
+                var0[j] = (q[j] + float(-h) * (mean0[j] * mean0[j])) * rinv;
+                wvar[j] = wq[j] - ws[j] * ws[j];
+                wvar0[j] = wq[j] - mean0[j] * mean0[j];
+                added[j] = float(j) + s[j];
             }
-            std::vector<float> a(w), b(w), c(w), d(w);
-            EXPECT_EQ(zelsMeanColumn_32f_D2(m.cp(), h, m.step, a.data(), w), zelStsNoErr);
-            EXPECT_EQ(zelsMeanColumn_32f_D2L(m.ct(), h, b.data(), w), zelStsNoErr);
-            expectSame(a.data(), mean.data(), w, "MeanColumn D2");
-            expectSame(b.data(), mean.data(), w, "MeanColumn D2L");
-            EXPECT_EQ(zelsVarColumn_32f_D2(m.cp(), h, m.step, mean0.data(), a.data(), w), zelStsNoErr);
-            EXPECT_EQ(zelsVarColumn_32f_D2L(m.ct(), h, mean0.data(), b.data(), w), zelStsNoErr);
-            expectSame(a.data(), varAbout.data(), w, "VarColumn D2");
-            expectSame(b.data(), varAbout.data(), w, "VarColumn D2L");
-            EXPECT_EQ(zelsMeanVarColumn_32f_D2(m.cp(), h, m.step, a.data(), b.data(), w), zelStsNoErr);
-            EXPECT_EQ(zelsMeanVarColumn_32f_D2L(m.ct(), h, c.data(), d.data(), w), zelStsNoErr);
-            expectSame(a.data(), mean.data(), w, "MeanVarColumn mean D2");
-            expectSame(b.data(), var.data(), w, "MeanVarColumn var D2");
-            expectSame(c.data(), mean.data(), w, "MeanVarColumn mean D2L");
-            expectSame(d.data(), var.data(), w, "MeanVarColumn var D2L");
-
+            const float* m0 = mean0.data();
+            const float* pw = wgt.data();
+            layouts(mean, "MeanColumn", D2_AND_D2L(float, zelsMeanColumn_32f_D2(m.cp(), h, m.step, o, w),
+                                                   zelsMeanColumn_32f_D2L(m.ct(), h, o, w)));
+            layouts(var0, "VarColumn", D2_AND_D2L(float, zelsVarColumn_32f_D2(m.cp(), h, m.step, m0, o, w),
+                                                  zelsVarColumn_32f_D2L(m.ct(), h, m0, o, w)));
+            std::vector<float> mv(w);
+            layouts(var, "MeanVarColumn", D2_AND_D2L(float, zelsMeanVarColumn_32f_D2(m.cp(), h, m.step, mv.data(), o, w),
+                                                     zelsMeanVarColumn_32f_D2L(m.ct(), h, mv.data(), o, w)));
+            expectSame(mv.data(), mean.data(), w, "MeanVarColumn mean");
             // Weighted statistics and the vector-matrix product share the weighted column sum.
-            std::vector<float> ws, wq;
-            columnRef<float>(m, wgt.data(), ws, wq);
-            std::vector<float> wvar(w), wvarAbout(w);
-            for (int j = 0; j < w; ++j) wvar[j] = wq[j] - ws[j] * ws[j], wvarAbout[j] = wq[j] - mean0[j] * mean0[j];
-            EXPECT_EQ(zelsWeightedMeanColumn_32f_D2(m.cp(), m.step, wgt.data(), h, a.data(), w), zelStsNoErr);
-            EXPECT_EQ(zelsVecMatMul_32f_D2L(wgt.data(), m.ct(), h, b.data(), w), zelStsNoErr);
-            expectSame(a.data(), ws.data(), w, "WeightedMeanColumn");
-            expectSame(b.data(), ws.data(), w, "VecMatMul");
-            EXPECT_EQ(zelsWeightedMeanVarColumn_32f_D2L(m.ct(), wgt.data(), h, c.data(), d.data(), w), zelStsNoErr);
-            expectSame(c.data(), ws.data(), w, "WeightedMeanVarColumn mean");
-            expectSame(d.data(), wvar.data(), w, "WeightedMeanVarColumn var");
-            EXPECT_EQ(zelsWeightedVarColumn_32f_D2(m.cp(), m.step, wgt.data(), h, mean0.data(), a.data(), w),
-                      zelStsNoErr);
-            expectSame(a.data(), wvarAbout.data(), w, "WeightedVarColumn");
-
-            // AddAllRowSum adds the finished column sum.
-            for (int j = 0; j < w; ++j) c[j] = d[j] = float(j);
-            EXPECT_EQ(zelsAddAllRowSum_32f_D2(m.cp(), m.step, h, c.data(), w), zelStsNoErr);
-            EXPECT_EQ(zelsAddAllRowSum_32f_D2L(m.ct(), h, d.data(), w), zelStsNoErr);
-            for (int j = 0; j < w; ++j) a[j] = float(j) + s[j];
-            expectSame(c.data(), a.data(), w, "AddAllRowSum D2");
-            expectSame(d.data(), a.data(), w, "AddAllRowSum D2L");
+            layouts(ws, "WeightedMeanColumn", D2_AND_D2L(float, zelsWeightedMeanColumn_32f_D2(m.cp(), m.step, pw, h, o, w),
+                                                         zelsWeightedMeanColumn_32f_D2L(m.ct(), pw, h, o, w)));
+            layouts(ws, "VecMatMul", D2_AND_D2L(float, zelsVecMatMul_32f_D2(pw, m.cp(), m.step, h, o, w),
+                                                zelsVecMatMul_32f_D2L(pw, m.ct(), h, o, w)));
+            layouts(wvar0, "WeightedVarColumn",
+                    D2_AND_D2L(float, zelsWeightedVarColumn_32f_D2(m.cp(), m.step, pw, h, m0, o, w),
+                               zelsWeightedVarColumn_32f_D2L(m.ct(), pw, h, m0, o, w)));
+            layouts(wvar, "WeightedMeanVarColumn",
+                    D2_AND_D2L(float, zelsWeightedMeanVarColumn_32f_D2(m.cp(), m.step, pw, h, mv.data(), o, w),
+                               zelsWeightedMeanVarColumn_32f_D2L(m.ct(), pw, h, mv.data(), o, w)));
+            expectSame(mv.data(), ws.data(), w, "WeightedMeanVarColumn mean");
+            // AddAllRowSum adds the finished column sum to what the output holds.
+            layouts(added, "AddAllRowSum", D2_AND_D2L(float, (std::iota(o, o + w, 0.0f), zelsAddAllRowSum_32f_D2(m.cp(), m.step, h, o, w)),
+                                                      (std::iota(o, o + w, 0.0f), zelsAddAllRowSum_32f_D2L(m.ct(), h, o, w))));
         }
 }
 
-TEST(ColumnKernels, DoubleWeightedStatisticsAndUnnormalisedWeights) {
+TEST(ColumnKernels, DoubleWeightsAreNotNormalised) {
     for (int w : kWidths) {
         Mat<double> m(6, w);
         m.random(-5, 5);
-        std::vector<double> wgt(6, 2.0 / 6), s, q, a(w), b(w);
+        std::vector<double> wgt(6, 2.0 / 6), s, q, mean(w);
         columnRef<double>(m, wgt.data(), s, q);
-        EXPECT_EQ(zelsWeightedMeanVarColumn_64f_D2(m.cp(), m.step, wgt.data(), 6, a.data(), b.data(), w), zelStsNoErr);
-        expectSame(a.data(), s.data(), w, "WeightedMeanVarColumn_64f mean");
+        for (int j = 0; j < w; ++j) q[j] -= s[j] * s[j];
+        layouts(q, "WeightedMeanVarColumn_64f",
+                D2_AND_D2L(double, zelsWeightedMeanVarColumn_64f_D2(m.cp(), m.step, wgt.data(), 6, mean.data(), o, w),
+                           zelsWeightedVarColumn_64f_D2L(m.ct(), wgt.data(), 6, s.data(), o, w)));
+        // Weights summing to 2 give twice the mean.
         for (int j = 0; j < w; ++j) {
-            q[j] -= s[j] * s[j];
-            // Weights summing to 2 give twice the mean.
             double plain = 0;
             for (int i = 0; i < 6; ++i) plain += m.at(i, j);
-            EXPECT_NEAR(a[j], 2 * plain / 6, 1e-12);
+            EXPECT_NEAR(mean[j], 2 * plain / 6, 1e-12);
         }
-        expectSame(b.data(), q.data(), w, "WeightedMeanVarColumn_64f var");
-        EXPECT_EQ(zelsWeightedMeanColumn_64f_D2L(m.ct(), wgt.data(), 6, b.data(), w), zelStsNoErr);
-        expectSame(b.data(), s.data(), w, "WeightedMeanColumn_64f D2L");
-        EXPECT_EQ(zelsWeightedVarColumn_64f_D2L(m.ct(), wgt.data(), 6, s.data(), b.data(), w), zelStsNoErr);
-        expectSame(b.data(), q.data(), w, "WeightedVarColumn_64f D2L");
     }
 }
 

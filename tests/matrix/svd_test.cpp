@@ -50,47 +50,32 @@ struct Result {
     Dense u, w, v;
 };
 
-// One call of any of the eight forms on a; D2 forms use a padded step.
+// One call of any of the eight forms on a. The D2 forms share the padded
+// step of the test matrices (width + 3) for the source, U and V.
 enum Form { kD2, kD2L, kD2I, kD2LI };
 Result run(const Dense& a, int h, int w, Form form, bool sort, int nIter = 60) {
-    const int step = w + 2;
     mt::Mat<double> src(h, w), u(h, w), v(w, w);
     std::copy(a.begin(), a.end(), src.v.begin());
-    src.sync();
-    u.sync();
-    v.sync();
+    src.sync(), u.sync(), v.sync();
     Result r{zelStsNoErr, Dense(size_t(h) * w), Dense(w, -1.0), Dense(size_t(w) * w)};
-    // Step of the D2 forms: src, u and v share one.
-    zt::Buf<double> bu(size_t(h) * step + 1, 1), bv(size_t(w) * step + 1, 1);
-    for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x) bu[size_t(y) * step + x] = a[size_t(y) * w + x];
-    zt::Buf<double> bs(size_t(h) * step + 1, 1);
-    for (size_t i = 0; i < bs.size(); ++i) bs[i] = i < bu.size() ? bu[i] : 0;
     double* W = r.w.data();
+    const int st = src.step;
     switch (form) {
         case kD2:
-            r.status = sort ? zelsSVDSort_64f_D2(bs.data(), bu.data(), h, W, bv.data(), w, step, nIter)
-                            : zelsSVD_64f_D2(bs.data(), bu.data(), h, W, bv.data(), w, step, nIter);
+            r.status = (sort ? zelsSVDSort_64f_D2 : zelsSVD_64f_D2)(src.cp(), u.p(), h, W, v.p(), w, st, nIter);
             break;
         case kD2I:
-            r.status = sort ? zelsSVDSort_64f_D2_I(bu.data(), h, W, bv.data(), w, step, nIter)
-                            : zelsSVD_64f_D2_I(bu.data(), h, W, bv.data(), w, step, nIter);
+            r.status = (sort ? zelsSVDSort_64f_D2_I : zelsSVD_64f_D2_I)(src.p(), h, W, v.p(), w, st, nIter);
             break;
-        case kD2L:
-            r.status = sort ? zelsSVDSort_64f_D2L(src.ct(), u.t(), h, W, v.t(), w, nIter)
-                            : zelsSVD_64f_D2L(src.ct(), u.t(), h, W, v.t(), w, nIter);
-            break;
-        case kD2LI:
-            r.status = sort ? zelsSVDSort_64f_D2L_I(src.t(), h, W, v.t(), w, nIter)
-                            : zelsSVD_64f_D2L_I(src.t(), h, W, v.t(), w, nIter);
-            break;
+        case kD2L: r.status = (sort ? zelsSVDSort_64f_D2L : zelsSVD_64f_D2L)(src.ct(), u.t(), h, W, v.t(), w, nIter); break;
+        case kD2LI: r.status = (sort ? zelsSVDSort_64f_D2L_I : zelsSVD_64f_D2L_I)(src.t(), h, W, v.t(), w, nIter); break;
     }
+    const bool table = form == kD2L || form == kD2LI;
+    mt::Mat<double>& out = form == kD2I || form == kD2LI ? src : u;
     for (int y = 0; y < h; ++y)
-        for (int x = 0; x < w; ++x)
-            r.u[size_t(y) * w + x] = form == kD2L ? u.rows[y][x] : form == kD2LI ? src.rows[y][x] : bu[size_t(y) * step + x];
+        for (int x = 0; x < w; ++x) r.u[size_t(y) * w + x] = table ? out.rows[y][x] : out.d2[size_t(y) * st + x];
     for (int y = 0; y < w; ++y)
-        for (int x = 0; x < w; ++x)
-            r.v[size_t(y) * w + x] = (form == kD2L || form == kD2LI) ? v.rows[y][x] : bv[size_t(y) * step + x];
+        for (int x = 0; x < w; ++x) r.v[size_t(y) * w + x] = table ? v.rows[y][x] : v.d2[size_t(y) * st + x];
     return r;
 }
 
