@@ -43,12 +43,17 @@ ZelStatus run(const float* const* mSrc1, int height1, const float* const* mSrc2,
     const int n = swap ? height2 : height1, m = swap ? height1 : height2;
 
     Scratch<dtw::kStackElements * 4> work;
+    Scratch<4096> columns;
+    if (dtw::blockFloats(m, width) > (int64_t(1) << 40)) return zelStsMemAllocErr;
     void* mem = work.get(dtw::workElements(n, m) * 4);
-    if (!mem) return zelStsMemAllocErr;
+    float* blocks = static_cast<float*>(columns.get(dtw::blockFloats(m, width) * 4));
+    if (!mem || !blocks) return zelStsMemAllocErr;
     float* D = static_cast<float*>(mem);
+    float* d = D + dtw::rowFloats(m);
     int32_t* upper = reinterpret_cast<int32_t*>(D + 2 * dtw::rowFloats(m));
     int32_t* lower = upper + dtw::tableInts(n);
-    *pCost = dtw::align(rows, n, cols, m, width, delta, beam, D, upper, lower);
+    dtw::interleave(cols, m, width, blocks);
+    *pCost = dtw::align(rows, n, blocks, m, width, delta, beam, D, d, upper, lower);
     return zelStsNoErr;
 }
 

@@ -108,6 +108,28 @@ TEST(DTW, BandAndBeamLimits) {
     EXPECT_SAME_BITS(costD2L(a, 40, b, 30, w, 29, 1e30f), costD2L(a, 40, b, 30, w, 1000, 1e30f));
 }
 
+TEST(DTW, LocalDistanceSumsInSingleUpToThirteenElements) {
+    // Two rows against one column: the cost is d(0, 0) + d(1, 0), each the
+    // square root of its sum of squares, single up to 13 elements, double above.
+    for (int w = 1; w <= 24; ++w) {
+        std::vector<float> a(2 * w), b(w);
+        zt::fillUniform(a.data(), a.size(), -100.0, 100.0);
+        zt::fillUniform(b.data(), b.size(), -100.0, 100.0);
+        auto dist = [&](const float* x) {
+            if (w <= 13) {
+                float s = 0;
+                for (int k = 0; k < w; ++k) s += (x[k] - b[k]) * (x[k] - b[k]);
+                return std::sqrt(s);
+            }
+            double s = 0;
+            for (int k = 0; k < w; ++k) s += double((x[k] - b[k]) * (x[k] - b[k]));
+            return float(std::sqrt(s));
+        };
+        const float want = dist(a.data()) + dist(a.data() + w);
+        EXPECT_SAME_BITS(costD2L(a, 2, b, 1, w, 0, 1e30f), want);
+    }
+}
+
 TEST(DTW, IntegerFormsRunTheFloatEngine) {
     const int h1 = 23, h2 = 31, w = 5, step = 7;
     std::vector<Zel8u> u1(h1 * step), u2(h2 * step);
