@@ -135,7 +135,9 @@ inline FixedRecord* layFixed(void* mem, int inRate, int outRate, int len, bool s
     // The input advance after each phase: the integer part of the output
     // position moves by floor((k+1)in/out) - floor(k in/out) from phase
     // (k in) mod out. Row 0 has one tap more and starts one sample earlier,
-    // so the step into phase 0 is one shorter and the step out of it one longer.
+    // so the step into phase 0 is one shorter and the step out of it one
+    // longer. The run derives the same read positions from the output
+    // position; the table describes them in the state.
     int16_t* st = r->pStep;
     memset(st, 0, size_t(stepEntries(outRate)) * 2);
     for (int64_t k = 0; k < outRate; ++k) {
@@ -357,14 +359,24 @@ int fixedRun(const FixedRecord& r, const S* pSrc, int len, S* pDst, float norm, 
     const int64_t i = int64_t(t);
     const double f = t - double(i);
     const int64_t ph0 = int64_t(double(out) * f + 0.5);
-    const S* x = pSrc + 1 + i - r.halfLen - (ph0 == 0 ? 1 : 0);
     int64_t pos = out * i + ph0;
     const int64_t end = (i + len) * out;
+    // pos = q * out + p: the read position that the step table walks to is
+    // kept as a quotient and a phase, so that an advance beyond 16 bits is
+    // no limit.
+    int64_t q = pos >= 0 ? pos / out : -((-pos + out - 1) / out);
+    int64_t p = pos - q * out;
+    const int64_t qStep = in / out, pStep = in % out;
     int written = 0;
     for (; pos < end; pos += in) {
-        const int p = int(((pos % out) + out) % out);
-        put(pDst + written++, c * fixedDot(r, p, x));
-        x += r.pStep[p];
+        const S* x = pSrc + 1 + q - r.halfLen - (p == 0 ? 1 : 0);
+        put(pDst + written++, c * fixedDot(r, int(p), x));
+        q += qStep;
+        p += pStep;
+        if (p >= out) {
+            p -= out;
+            ++q;
+        }
     }
     *pTime = f + double(pos - ph0) / double(out);
     return written;

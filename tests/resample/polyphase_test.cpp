@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 #include <vector>
 
 #include "common.hpp"
@@ -72,6 +73,28 @@ TEST(Resample, ToneArrivesAtTheNewRate) {
         EXPECT_NEAR(double(y.size()), x.size() * ratio, 1.0);
         EXPECT_LT(toneError(y, c.freq, c.out, 0.5, 160), 3e-4) << c.in << "->" << c.out;
         zelsResamplePolyphaseFree_32f(g);
+    }
+}
+
+TEST(Resample, ExtremeRatiosKeepDirectCurrent) {
+    // An input advance of 40000 samples per output (beyond 16 bits), and
+    // 40000 outputs per input. A filter that reduces the rate spans a few
+    // output periods, or its cutoff could not be reached.
+    for (auto [in, out, len] : {std::tuple{40000, 1, 160000}, std::tuple{1, 40000, 16}, std::tuple{40000, 3, 60000}}) {
+        Fixed* f = fixed32f(in, out, len, 0.9f, 5.0f, zelAlgHintAccurate);
+        ASSERT_NE(f, nullptr);
+        const double ratio = double(out) / in;
+        const int n = std::max(8 * in / out, 16);
+        std::vector<float> x(n, 1.0f);
+        // History of ones as well, so every output sees direct current only.
+        std::vector<float> src(n + 2 * (len + 8), 1.0f);
+        std::vector<float> dst(size_t(n * ratio) + 8, NAN);
+        double t = (src.size() - n) / 2;
+        int cnt = 0;
+        ASSERT_EQ(zelsResamplePolyphaseFixed_32f(f, src.data(), n, dst.data(), 1.0f, &t, &cnt), zelStsNoErr);
+        EXPECT_NEAR(cnt, n * ratio, 1.0);
+        for (int i = 0; i < cnt; ++i) ASSERT_NEAR(dst[i], 1.0, 2e-3) << in << "->" << out << " at " << i;
+        zelsResamplePolyphaseFixedFree_32f(f);
     }
 }
 
