@@ -90,6 +90,9 @@ template <class T, class Row1, class Row2>
 ZelStatus integerForm(Row1 row1, int height1, Row2 row2, int height2, int width, Zel32s* pDist, int delta,
                       int beam, int scaleFactor) {
     const int64_t heights = int64_t(height1) + height2;
+    // Beyond 2^40 elements no allocation can succeed; the test also keeps the
+    // byte count below from overflowing.
+    if (heights * int64_t(width) > (int64_t(1) << 40)) return zelStsMemAllocErr;
     const int64_t bytes = heights * int64_t(sizeof(float*)) + heights * int64_t(width) * 4 + 16;
     if (uint64_t(bytes) > SIZE_MAX / 2) return zelStsMemAllocErr;
     void* mem = zelMalloc(size_t(bytes));
