@@ -10,6 +10,8 @@
 #include <stdint.h>
 #include <string.h>
 
+#include "frame/dispatch.hpp"
+#include "resample/polyphase_avx2.hpp"
 #include "simd/simd.hpp"
 #include "zelsr.h"
 
@@ -316,9 +318,9 @@ inline int64_t dotExact(const int16_t* x, const int16_t* h, int L) {
 }
 
 // The value of one output before c scales it: phase p's row against the
-// samples at x.
+// samples at x; `wide` takes the AVX2 kernel for single-precision sums.
 template <class S>
-inline double fixedDot(const FixedRecord& r, int p, const S* x) {
+inline double fixedDot(const FixedRecord& r, int p, const S* x, bool wide) {
     const int L = 2 * r.halfLen;
     const bool extra = p == 0;
     if (r.flags & kShortRows) {
@@ -339,7 +341,11 @@ inline double fixedDot(const FixedRecord& r, int p, const S* x) {
             return s;
         }
     }
-    float s = dotSingle(x, h, L);
+    float s;
+    if constexpr (sizeof(S) == 4 && kBuiltWithAvx2)
+        s = wide ? avx2::dotSingle(x, h, L) : dotSingle(x, h, L);
+    else
+        s = dotSingle(x, h, L);
     if (extra) s += float(x[L]) * last;
     return double(s);
 }
@@ -367,10 +373,11 @@ int fixedRun(const FixedRecord& r, const S* pSrc, int len, S* pDst, float norm, 
     int64_t q = pos >= 0 ? pos / out : -((-pos + out - 1) / out);
     int64_t p = pos - q * out;
     const int64_t qStep = in / out, pStep = in % out;
+    const bool wide = runsAvx2();
     int written = 0;
     for (; pos < end; pos += in) {
         const S* x = pSrc + 1 + q - r.halfLen - (p == 0 ? 1 : 0);
-        put(pDst + written++, c * fixedDot(r, int(p), x));
+        put(pDst + written++, c * fixedDot(r, int(p), x, wide));
         q += qStep;
         p += pStep;
         if (p >= out) {
