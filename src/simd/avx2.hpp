@@ -42,6 +42,8 @@ inline F32x8 set1(float x) { return {_mm256_set1_ps(x)}; }
 inline F32x8 loadPair(const float* lo, const float* hi) {
     return {_mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(lo)), _mm_loadu_ps(hi), 1)};
 }
+// Eight consecutive elements: loadPair(p, p + 4) in one load.
+inline F32x8 loadu8f(const float* p) { return {_mm256_loadu_ps(p)}; }
 // The same four elements in both halves: a vector that every row shares.
 inline F32x8 loadBoth(const float* p) { return {_mm256_broadcast_ps(reinterpret_cast<const __m128*>(p))}; }
 inline F32x8 add(F32x8 a, F32x8 b) { return {_mm256_add_ps(a.v, b.v)}; }
