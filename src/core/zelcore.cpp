@@ -22,14 +22,20 @@ uint64_t detectFeatures() {
     if (__get_cpuid(1, &a, &b, &c, &d)) {
         if (c & bit_SSE4_1) mask |= zelFeatureSSE41;
         // AVX2 also needs the operating system to save the ymm state (OSXSAVE + XCR0).
-        bool osAvx = false;
+        // AVX-512 further needs the opmask and zmm states saved (XCR0 bits 5 to 7).
+        bool osAvx = false, osAvx512 = false;
         if ((c & bit_OSXSAVE) && (c & bit_AVX)) {
             unsigned lo, hi;
             __asm__("xgetbv" : "=a"(lo), "=d"(hi) : "c"(0));
             osAvx = (lo & 6u) == 6u;
+            osAvx512 = (lo & 0xe6u) == 0xe6u;
         }
-        if (osAvx && __get_cpuid_count(7, 0, &a, &b, &c, &d) && (b & bit_AVX2))
-            mask |= zelFeatureAVX2;
+        if (osAvx && __get_cpuid_count(7, 0, &a, &b, &c, &d)) {
+            if (b & bit_AVX2) mask |= zelFeatureAVX2;
+            // F, DQ, BW and VL: the subsets the library's 512-bit kernels use.
+            const unsigned need = bit_AVX512F | bit_AVX512DQ | bit_AVX512BW | bit_AVX512VL;
+            if (osAvx512 && (b & bit_AVX2) && (b & need) == need) mask |= zelFeatureAVX512;
+        }
     }
 #endif
     return mask;

@@ -11,6 +11,7 @@
 enum : uint64_t {
     zelFeatureSSE41 = 0x80,   // selects the library's faster path on x86-64
     zelFeatureAVX2 = 0x100,
+    zelFeatureAVX512 = 0x200,  // AVX-512 F, DQ, BW and VL, with the OS saving zmm state
 };
 
 extern "C" {

@@ -5,7 +5,8 @@
 // compiled for AVX2 only (`<family>_avx2.cpp`); its exported functions then
 // ask `runsAvx2()` once per call, before any row is touched, and hand those
 // kernels the part of the call they are made for (in frame scoring, the
-// whole blocks of eight rows). Inner loops never ask.
+// whole blocks of eight rows). Inner loops never ask. AVX-512 kernels live
+// likewise in `<family>_avx512.cpp` and are chosen with `runsAvx512()`.
 //
 // The answer is the processor's, read through ownGetFeature on first use and
 // kept in an atomic, so threads that ask at once at worst compute it twice,
@@ -26,6 +27,7 @@ namespace zel {
 enum class Isa : int {
     kBaseline = 0,
     kAvx2 = 1,
+    kAvx512 = 2,
 };
 
 // Whether this build has the AVX2 kernels: x86-64 builds that are not
@@ -36,12 +38,17 @@ inline constexpr bool kBuiltWithAvx2 = true;
 #else
 inline constexpr bool kBuiltWithAvx2 = false;
 #endif
+#if defined(ZELSR_HAVE_AVX512)
+inline constexpr bool kBuiltWithAvx512 = true;
+#else
+inline constexpr bool kBuiltWithAvx512 = false;
+#endif
 
 namespace detail {
 // The best instruction set of this build on this processor; -1 until asked.
 inline std::atomic<int> gBestIsa{-1};
 // The highest that dispatch may choose; only tests and benchmarks lower it.
-inline std::atomic<int> gIsaCap{static_cast<int>(Isa::kAvx2)};
+inline std::atomic<int> gIsaCap{static_cast<int>(Isa::kAvx512)};
 }  // namespace detail
 
 // The best instruction set that this build and this processor both offer,
@@ -49,7 +56,9 @@ inline std::atomic<int> gIsaCap{static_cast<int>(Isa::kAvx2)};
 inline Isa bestIsa() {
     int best = detail::gBestIsa.load(std::memory_order_relaxed);
     if (best < 0) {
-        best = static_cast<int>(kBuiltWithAvx2 && ownGetFeature(zelFeatureAVX2) ? Isa::kAvx2 : Isa::kBaseline);
+        best = static_cast<int>(kBuiltWithAvx512 && ownGetFeature(zelFeatureAVX512) ? Isa::kAvx512
+                                : kBuiltWithAvx2 && ownGetFeature(zelFeatureAVX2)   ? Isa::kAvx2
+                                                                                    : Isa::kBaseline);
         detail::gBestIsa.store(best, std::memory_order_relaxed);
     }
     return static_cast<Isa>(best);
@@ -65,6 +74,7 @@ inline Isa activeIsa() {
 // True when this call should take the AVX2 kernels; a constant false in
 // builds without them, so that their calls drop out.
 inline bool runsAvx2() { return kBuiltWithAvx2 && activeIsa() >= Isa::kAvx2; }
+inline bool runsAvx512() { return kBuiltWithAvx512 && activeIsa() >= Isa::kAvx512; }
 
 // For tests and benchmarks only: the exported functions choose no
 // instruction set above `cap` from now on. Returns the previous cap.
