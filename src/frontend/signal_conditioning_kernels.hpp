@@ -96,13 +96,15 @@ inline float columnMax(const float* p, int step, int len) {
     using namespace simd;
     float m = -3.4028235e38f;
     int i = 0;
-    if (step == 1 && len >= 8) {
-        F32x4 a = set1(m), b = a;
-        for (; i + 8 <= len; i += 8) {
+    if (step == 1 && len >= 16) {
+        F32x4 a = set1(m), b = a, c = a, d = a;
+        for (; i + 16 <= len; i += 16) {
             a = max(loadu4f(p + i), a);
             b = max(loadu4f(p + i + 4), b);
+            c = max(loadu4f(p + i + 8), c);
+            d = max(loadu4f(p + i + 12), d);
         }
-        a = max(a, b);
+        a = max(max(a, b), max(c, d));
         float l[4];
         storeu(l, a);
         for (float v : l) m = v > m ? v : m;
@@ -153,10 +155,16 @@ inline Zel16s columnMax(const Zel16s* p, int step, int len) {
 // to zero is no change.
 inline int signChanges(const float* x, int len) {
     using namespace simd;
-    int count = 0, n = 1;
+    int n = 1;
+    // Lanes count in integers: a true comparison is -1, subtracted.
+    I32x4 c0 = zero4i(), c1 = zero4i();
     const F32x4 zero = zero4f();
-    for (; n + 4 <= len; n += 4)
-        count += __builtin_popcount(unsigned(movemask(cmplt(mul(loadu4f(x + n), loadu4f(x + n - 1)), zero))));
+    for (; n + 8 <= len; n += 8) {
+        c0 = sub(c0, asInt(cmplt(mul(loadu4f(x + n), loadu4f(x + n - 1)), zero)));
+        c1 = sub(c1, asInt(cmplt(mul(loadu4f(x + n + 4), loadu4f(x + n + 3)), zero)));
+    }
+    const I32x4 c = add(c0, c1);
+    int count = lane<0>(c) + lane<1>(c) + lane<2>(c) + lane<3>(c);
     for (; n < len; ++n) count += x[n] * x[n - 1] < 0.0f;
     return count;
 }
@@ -227,31 +235,40 @@ inline Zel16s unitCurve16(Zel16s x, int q, int scaleFactor) {
 // ---- Inverse root ---------------------------------------------------------------------
 // The processor's estimate with one Newton step: (3 - x r r) r / 2. Elements
 // below val give val. Returns how many elements reached the root.
+namespace detail {
+// One vector of roots; lanes below val take val and count in `below` (-1 each).
+inline simd::F32x4 recSqrt4(simd::F32x4 x, simd::F32x4 val, simd::I32x4& below) {
+    using namespace simd;
+    const F32x4 r = rsqrtEstimate(x);
+    const F32x4 y = mul(mul(sub(set1(3.0f), mul(mul(x, r), r)), r), set1(0.5f));
+    const F32x4 low = cmplt(x, val);
+    below = add(below, asInt(low));
+    return select(low, val, y);
+}
+}  // namespace detail
+
 inline int recSqrt(float* p, int len, float val) {
     using namespace simd;
-    int taken = 0, i = 0;
-    const F32x4 vVal = set1(val), three = set1(3.0f), half = set1(0.5f);
-    for (; i + 4 <= len; i += 4) {
-        const F32x4 x = loadu4f(p + i);
-        const F32x4 r = rsqrtEstimate(x);
-        const F32x4 y = mul(mul(sub(three, mul(mul(x, r), r)), r), half);
-        const F32x4 below = cmplt(x, vVal);
-        taken += 4 - __builtin_popcount(unsigned(movemask(below)));
-        storeu(p + i, select(below, vVal, y));
+    int i = 0;
+    const F32x4 vVal = set1(val);
+    I32x4 b0 = zero4i(), b1 = zero4i();
+    for (; i + 8 <= len; i += 8) {
+        const F32x4 y0 = detail::recSqrt4(loadu4f(p + i), vVal, b0);
+        const F32x4 y1 = detail::recSqrt4(loadu4f(p + i + 4), vVal, b1);
+        storeu(p + i, y0);
+        storeu(p + i + 4, y1);
     }
-    if (i < len) {
-        // The tail through the same vector operations, so it gives the same bits.
+    for (; i < len; i += 4) {
+        // The tail through the same vector operations, padded with val (which
+        // counts as reaching the root and is dropped below).
+        const int n = len - i < 4 ? len - i : 4;
         float tail[4] = {val, val, val, val};
-        memcpy(tail, p + i, sizeof(float) * size_t(len - i));
-        const F32x4 x = loadu4f(tail);
-        const F32x4 r = rsqrtEstimate(x);
-        const F32x4 y = mul(mul(sub(three, mul(mul(x, r), r)), r), half);
-        const F32x4 below = cmplt(x, vVal);
-        storeu(tail, select(below, vVal, y));
-        for (int k = 0; k < len - i; ++k) taken += !(p[i + k] < val);
-        memcpy(p + i, tail, sizeof(float) * size_t(len - i));
+        memcpy(tail, p + i, sizeof(float) * size_t(n));
+        storeu(tail, detail::recSqrt4(loadu4f(tail), vVal, b0));
+        memcpy(p + i, tail, sizeof(float) * size_t(n));
     }
-    return taken;
+    const I32x4 b = add(b0, b1);
+    return len + (lane<0>(b) + lane<1>(b) + lane<2>(b) + lane<3>(b));
 }
 
 // Fixed point: x and val are integers, the result r is stored as r * 2^-scaleFactor.
@@ -317,31 +334,34 @@ inline simd::F32x4 expNonPositive(simd::F32x4 y) {
 
 inline float expNegSqrScalar(float x) { return float(exp(double(0.0f - x * x))); }
 
-inline void expNegSqr(const float* src, float* dst, int len) {
+namespace detail {
+// exp(-x^2) of four lanes; the vector path when every lane lies in the
+// normal range (which also rules out NaN), else each lane in double.
+inline void expNegSqr4(const float* src, float* dst) {
     using namespace simd;
-    int i = 0;
-    const F32x4 zero = zero4f(), limit = set1(expc::kNormalLimit);
-    for (; i + 4 <= len; i += 4) {
-        const F32x4 x = loadu4f(src + i);
-        const F32x4 y = sub(zero, mul(x, x));
-        // Every lane in the normal range (which also rules out NaN), else the scalar path.
-        if (movemask(cmple(limit, y)) == 15) {
-            storeu(dst + i, expNonPositive(y));
-        } else {
-            for (int k = 0; k < 4; ++k) dst[i + k] = expNegSqrScalar(src[i + k]);
-        }
+    const F32x4 x = loadu4f(src);
+    const F32x4 y = sub(zero4f(), mul(x, x));
+    if (movemask(cmple(set1(expc::kNormalLimit), y)) == 15) {
+        storeu(dst, expNonPositive(y));
+    } else {
+        for (int k = 0; k < 4; ++k) dst[k] = expNegSqrScalar(src[k]);
     }
-    if (i < len) {
+}
+}  // namespace detail
+
+inline void expNegSqr(const float* src, float* dst, int len) {
+    int i = 0;
+    // Two vectors an iteration, so that one's polynomial overlaps the other's.
+    for (; i + 8 <= len; i += 8) {
+        detail::expNegSqr4(src + i, dst + i);
+        detail::expNegSqr4(src + i + 4, dst + i + 4);
+    }
+    for (; i < len; i += 4) {
+        const int n = len - i < 4 ? len - i : 4;
         float in[4] = {0, 0, 0, 0}, out[4];
-        memcpy(in, src + i, sizeof(float) * size_t(len - i));
-        const F32x4 x = loadu4f(in);
-        const F32x4 y = sub(zero, mul(x, x));
-        if (movemask(cmple(limit, y)) == 15) {
-            storeu(out, expNonPositive(y));
-        } else {
-            for (int k = 0; k < 4; ++k) out[k] = expNegSqrScalar(in[k]);
-        }
-        memcpy(dst + i, out, sizeof(float) * size_t(len - i));
+        memcpy(in, src + i, sizeof(float) * size_t(n));
+        detail::expNegSqr4(in, out);
+        memcpy(dst + i, out, sizeof(float) * size_t(n));
     }
 }
 
