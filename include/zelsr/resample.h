@@ -22,7 +22,9 @@ extern "C" {
  * count of outputs written to pDst. So a call consumes len samples from
  * trunc(*pTime) on. To stream, pass len = (samples available, less the
  * lookahead the filter needs) - trunc(*pTime), and when the buffer moves on
- * by k samples, subtract k from *pTime.
+ * by k samples, subtract k from *pTime. The fixed kind takes the fraction
+ * of *pTime to the nearest multiple of 1/outRate and carries it unchanged,
+ * so its streamed outputs equal those of one call bit for bit.
  * History: the fixed kind reads halfLen = ((len of the filter) + 3) / 4 * 2
  * samples before each output position and as many after it; the general kind
  * window/2 samples on both sides (window/(2 factor) when factor < 1). These
