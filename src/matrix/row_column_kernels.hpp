@@ -205,7 +205,7 @@ inline double foldLanes(simd::F64x2 a, simd::F64x2 b) {
 // The sums of R rows (times the vector v if kMul) over width elements, into
 // out[0..R). The rows share each load of v.
 template <int R, bool kMul, class A, class S>
-void rowSums(const S* const* x, const S* v, int width, A* out) {
+inline __attribute__((always_inline)) void rowSums(const S* const* x, const S* v, int width, A* out) {
     using L = Lanes<A, S>;
     using V = typename L::V;
     constexpr int n = L::n;
