@@ -24,7 +24,7 @@
 namespace {
 
 constexpr int kShift = 80, kWin = 200, kFft = 256, kBins = 65, kBands = 25, kMel = 23, kCep = 13;
-constexpr int kSpecBins = kFft / 2 + 1;
+constexpr int kFullBins = kFft / 2 + 1;
 
 // ---- The recording, at 8 kHz ------------------------------------------------------
 
@@ -202,13 +202,13 @@ struct Lib {
         memcpy(waveFrame + kWin - kShift, out, kShift * 4);
         float shaped[kWin], power[kBins], mel[kMel];
         zelsWaveProcessing_Aurora_32f(waveFrame, shaped);
-        alignas(16) float x[kFft] = {}, X[kFft + 2], spec[kSpecBins];
+        alignas(16) float x[kFft] = {}, X[kFft + 2], powers[kFullBins];
         float energy = 0;
         for (int i = 0; i < kWin; ++i) x[i] = shaped[i] * tables().hamming[i], energy += shaped[i] * shaped[i];
         ownFFTFwd_RUnfolded_32f(x, X, fft, work);
-        for (int k = 0; k < kSpecBins; ++k) spec[k] = X[2 * k] * X[2 * k] + X[2 * k + 1] * X[2 * k + 1];
+        for (int k = 0; k < kFullBins; ++k) powers[k] = X[2 * k] * X[2 * k] + X[2 * k + 1] * X[2 * k + 1];
         (void)power;
-        zelsEvalFBank_32f(spec, mel, this->mel);
+        zelsEvalFBank_32f(powers, mel, this->mel);
         for (float& v : mel) v = logf(v + 1.0f);
         zelsDCTLifter_32f(mel, cep, dct);
         zelsBlindEqualization_Aurora_32f(tables().refCep, cep, bias, kCep - 1, logf(energy + 1.0f));
@@ -301,11 +301,11 @@ struct Plain {
 
     Plain() {
         in = fftwf_alloc_real(kFft);
-        out = fftwf_alloc_complex(kSpecBins);
+        out = fftwf_alloc_complex(kFullBins);
         plan = fftwf_plan_dft_r2c_1d(kFft, in, out, FFTW_MEASURE);
         const Lib lib;
         low = dense(lib.low, kBands, kBins);
-        mel = dense(lib.mel, kMel, kSpecBins);
+        mel = dense(lib.mel, kMel, kFullBins);
         for (int i = 0; i < kCep; ++i)
             for (int j = 0; j < kMel; ++j) cosines[i][j] = float(cos(M_PI * i * (j + 0.5) / kMel));
     }
@@ -400,14 +400,14 @@ struct Plain {
 
         memmove(waveFrame, waveFrame + kShift, (kWin - kShift) * 4);
         memcpy(waveFrame + kWin - kShift, y, kShift * 4);
-        float shaped[kWin], spec[kSpecBins], melE[kMel];
+        float shaped[kWin], powers[kFullBins], melE[kMel];
         waveProcess(waveFrame, shaped);
         memset(in, 0, kFft * 4);
         float energy = 0;
         for (int i = 0; i < kWin; ++i) in[i] = shaped[i] * tables().hamming[i], energy += shaped[i] * shaped[i];
         fftwf_execute(plan);
-        for (int k = 0; k < kSpecBins; ++k) spec[k] = out[k][0] * out[k][0] + out[k][1] * out[k][1];
-        applyBank(mel, spec, melE);
+        for (int k = 0; k < kFullBins; ++k) powers[k] = out[k][0] * out[k][0] + out[k][1] * out[k][1];
+        applyBank(mel, powers, melE);
         for (float& v : melE) v = logf(v + 1.0f);
         for (int i = 1; i < kCep; ++i) {
             float s = 0;

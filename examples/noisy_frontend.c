@@ -177,9 +177,6 @@ static int makeTables(Tables* tb) {
     return 0;
 }
 
-/* ---- The picture ---- */
-
-/* A dark-blue to yellow ramp for v in 0..1. */
 /* ---- Segmental SNR of frames with speech, the clean signal scaled to the
         output by least squares so that level does not count as noise ---- */
 
@@ -366,21 +363,29 @@ int main(int argc, char** argv) {
            seconds / (frames / 100.0));
 
     {
-        /* The decisions as a one-row panel: 1 speech, 0 non-speech, 0.5 undecided. */
-        float* marks = malloc(sizeof(float) * (size_t)frames);
-        ExamplePanel panels[3] = {{"noisy log power spectrum (dB)", NULL, kBins, "Hz", 0, 4000},
-                                  {"denoised log power spectrum (dB)", NULL, kBins, "Hz", 0, 4000},
-                                  {"voice activity: speech 1, non-speech 0, undecided 0.5", NULL, 1, "", 0, 1}};
-        if (!marks) goto done;
+        /* The decisions as a strip: 1 speech, 0 non-speech, 0.5 undecided. */
+        float* strip = malloc(sizeof(float) * (size_t)frames);
+        ExamplePanel panels[3] = {{"noisy input, power (dB)", NULL, kBins, "Hz", 0, 4000},
+                                  {"after two Wiener stages, power (dB)", NULL, kBins, "Hz", 0, 4000},
+                                  {"voice activity: speech 1, non-speech 0", NULL, 1, "", 0, 1}};
+        if (!strip) goto done;
         for (f = 0; f < frames; ++f)
-            marks[f] = decision[f] == zelVADSpeech ? 1.0f : decision[f] == zelVADNonSpeech ? 0.0f : 0.5f;
+            strip[f] = decision[f] == zelVADSpeech ? 1.0f : decision[f] == zelVADNonSpeech ? 0.0f : 0.5f;
         panels[0].data = noisyDb;
         panels[1].data = cleanDb;
-        panels[2].data = marks;
-        i = examplePlotPanels(pngPath, panels, 3, frames, kShift / 8000.0);
-        free(marks);
-        if (i != 0) goto done;
-        printf("picture: %s (noisy spectrogram, denoised spectrogram, speech decisions)\n", pngPath);
+        panels[2].data = strip;
+        /* Both spectrograms on one scale: 70 dB below the loudest value. */
+        for (i = 0; i < frames * kBins; ++i) {
+            noisyDb[i] = noisyDb[i] < peak - 70 ? (float)peak - 70 : noisyDb[i];
+            cleanDb[i] = cleanDb[i] < peak - 70 ? (float)peak - 70 : cleanDb[i];
+        }
+        noisyDb[0] = cleanDb[0] = (float)peak;
+        if (examplePlotPanels(pngPath, panels, 3, frames, 0.01) != 0) {
+            free(strip);
+            goto done;
+        }
+        free(strip);
+        printf("picture: %s (noisy and denoised spectrograms, voice activity)\n", pngPath);
     }
     status = 0;
 

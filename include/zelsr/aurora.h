@@ -38,8 +38,7 @@ extern "C" {
  * others in double, times 2^-(scaleFactor + 1), nearest with ties to even,
  * and -2147483648 where the result leaves the 32-bit range. In both 32-bit
  * forms the top bin is the square of x1 cut to 32 bits, taken as signed.
- * Outputs: pDst.
- */
+ * Outputs: pDst. */
 ZELSR_API ZelStatus zelsSmoothedPowerSpectrumAurora_32f(const Zel32f* pSrc, Zel32f* pDst, int len);
 ZELSR_API ZelStatus zelsSmoothedPowerSpectrumAurora_16s(const Zel16s* pSrc, Zel16s* pDst, int len);
 ZELSR_API ZelStatus zelsSmoothedPowerSpectrumAurora_32s_Sfs(const Zel32s* pSrc, Zel32s* pDst, int len,
@@ -59,8 +58,7 @@ ZELSR_API ZelStatus zelsSmoothedPowerSpectrumAurora_32s64s_Sfs(const Zel32s* pSr
  * 2^-scaleFactor, truncated toward zero; a zero a + b, or a zero
  * trunc(0.1 a + b) (_16s) or trunc(0.1 a) + b (_32s), gives 0. _16s saturates;
  * _32s stores -2147483648 for a value of 2^31 or more. len < 1: zelStsSizeErr.
- * Outputs: pDst.
- */
+ * Outputs: pDst. */
 ZELSR_API ZelStatus zelsNoiseSpectrumUpdate_Aurora_32f(const Zel32f* pSrc, const Zel32f* pSrcNoise, Zel32f* pDst,
                                                       int len);
 ZELSR_API ZelStatus zelsNoiseSpectrumUpdate_Aurora_16s_Sfs(const Zel16s* pSrc, const Zel16s* pSrcNoise,
@@ -78,8 +76,7 @@ ZELSR_API ZelStatus zelsNoiseSpectrumUpdate_Aurora_32s_Sfs(const Zel32s* pSrc, c
  * never falls under 0.07943282 / 1.07943282.
  * _16s: Q14 gains (16384 is 1.0) in 64-bit integer arithmetic; zero noise
  * gives 1206, the floor's gain. len < 1: zelStsSizeErr.
- * Outputs: pDst.
- */
+ * Outputs: pDst. */
 ZELSR_API ZelStatus zelsWienerFilterDesign_Aurora_32f(const Zel32f* pSrc, const Zel32f* pNoise, const Zel32f* pDen,
                                                      Zel32f* pDst, int len);
 ZELSR_API ZelStatus zelsWienerFilterDesign_Aurora_16s(const Zel16s* pSrc, const Zel16s* pNoise, const Zel16s* pDen,
@@ -91,8 +88,7 @@ ZELSR_API ZelStatus zelsWienerFilterDesign_Aurora_16s(const Zel16s* pSrc, const 
  * pDst[8] = pSrc[0], pDst[7] = pSrc[1], pDst[8 - k] = pDst[7 + k] = pSrc[k]
  * for k = 2 .. 8, pDst[16] = pSrc[9]. The right wing runs one place behind
  * the left.
- * Outputs: pDst.
- */
+ * Outputs: pDst. */
 ZELSR_API ZelStatus zelsTabsCalculation_Aurora_32f(const Zel32f* pSrc, Zel32f* pDst);
 ZELSR_API ZelStatus zelsTabsCalculation_Aurora_16s(const Zel16s* pSrc, Zel16s* pDst);
 /** @} */
@@ -102,8 +98,7 @@ ZELSR_API ZelStatus zelsTabsCalculation_Aurora_16s(const Zel16s* pSrc, Zel16s* p
  * i = 0 .. 79. pSrc holds 96 samples: 16 of history, then the 80 new ones.
  * _16s_Sfs: exact products, summed in pairs in 32 bits and then in double,
  * times 2^-scaleFactor, clamped to 16 bits, nearest with ties to even.
- * Outputs: pDst.
- */
+ * Outputs: pDst. */
 ZELSR_API ZelStatus zelsResidualFilter_Aurora_32f(const Zel32f* pSrc, Zel32f* pDst, const Zel32f* pTaps);
 ZELSR_API ZelStatus zelsResidualFilter_Aurora_16s_Sfs(const Zel16s* pSrc, Zel16s* pDst, const Zel16s* pTaps,
                                                      int scaleFactor);
@@ -119,11 +114,10 @@ ZELSR_API ZelStatus zelsResidualFilter_Aurora_16s_Sfs(const Zel16s* pSrc, Zel16s
  * GetSize writes the bytes that Init needs (on 32-bit builds: Low 15532 and
  * 15536, High 3124 and 3128; wider pointers add to these). Init builds the
  * bank in that memory, aligned at least for a pointer; the rows inside are
- * aligned by the builder. InitAlloc writes
- * the new bank to *ppFBank. Statuses: a null pointer (zelStsNullPtrErr); no
- * memory (zelStsMemAllocErr, *ppFBank untouched).
- * Outputs: pSize, pFBank, ppFBank.
- */
+ * aligned by the builder. InitAlloc writes the new bank to *ppFBank.
+ * Statuses: a null pointer (zelStsNullPtrErr); no memory (zelStsMemAllocErr,
+ * *ppFBank untouched).
+ * Outputs: pSize, pFBank, ppFBank. */
 ZELSR_API ZelStatus zelsMelFBankGetSizeLow_Aurora_32f(int* pSize);
 ZELSR_API ZelStatus zelsMelFBankGetSizeLow_Aurora_16s(int* pSize);
 ZELSR_API ZelStatus zelsMelFBankGetSizeHigh_Aurora_32f(int* pSize);
@@ -141,44 +135,39 @@ ZELSR_API ZelStatus zelsMelFBankInitAllocHigh_Aurora_16s(ZelFBankState_16s** ppF
 /* ======================================================================== */
 /* Voice activity detection                                                  */
 /* ======================================================================== */
-/* A speech / non-speech decision per frame from three measures (the variance
- * of a block of 64 samples, the squared sum of the 25 Mel energies, the mean
- * of Mel energies 1 to 3), each against a noise floor that adapts, with
- * marks of the last seven frames in a ring and two hangover counters.
- * The state is a record of 64 bytes in caller memory aligned for a 32-bit
- * word (GetBufSize writes 64).
- * Call Init once, Decision once per frame, and at the end of the stream Flush
- * until it answers zelVADUndecided (six decisions, then 4). Frames 1 to 10
- * only train the floors and answer zelVADUndecided. A record serves one
- * thread at a time and is not reusable after a flush without a new Init.
- * The outcome is written to *pRes.
- * Statuses: a null pointer (zelStsNullPtrErr); a record that no Init
- * prepared, or a Decision of the other element type than its Init
- * (zelStsContextMatchErr; Flush takes a record of either type). Nothing is
- * written on an error. speechHint of 5 or more marks the frame as speech. */
-/** Outcomes of the voice activity decision, written to *pRes. */
-enum ZelVADOutcome {
-    zelVADSpeech = 1,    /**< The frame is speech. */
-    zelVADNonSpeech = 2, /**< The frame is not speech. */
-    zelVADUndecided = 4  /**< Training frames, and the end of a flush. */
+/** Outcomes of the voice activity decision, written through pRes. */
+enum ZelVADDecisionValue {
+    zelVADSpeech = 1,    /**< The frame is speech, or lies within the hangover after speech. */
+    zelVADNonSpeech = 2, /**< The frame is free of speech. */
+    zelVADUndecided = 4  /**< No decision: one of the first ten frames, or a flush that has walked the ring round. */
 };
 
 /** @{ */
-/** GetBufSize writes the size of the record in bytes (64) to *pSize; Init
- * prepares a record of that size in caller memory, aligned for a 32-bit word,
- * for decisions of its element type. Statuses: a null pointer
- * (zelStsNullPtrErr).
- * Outputs: pSize, pState. */
+/** Voice activity decision: speech or non-speech per frame from three
+ * measures (the variance of a block of 64 samples pFrame, the squared sum of
+ * the 25 Mel energies pMel, the mean of Mel energies 1 to 3), each against a
+ * noise floor that adapts, with marks of the last seven frames in a ring and
+ * two hangover counters. speechHint of 5 or more marks the frame as speech.
+ * The _16s measures are integer images of the float ones with constants of
+ * their own; a floor times its constant is formed in 32 bits and wraps, so
+ * the caller scales its inputs to keep the measures well inside that range.
+ * The state is a record of 64 bytes in caller memory aligned for a 32-bit
+ * word: GetBufSize writes 64, Init prepares it. Call Init once, Decision once
+ * per frame, and at the end of the stream Flush until it answers
+ * zelVADUndecided (six decisions, then 4). Frames 1 to 10 only train the
+ * floors and answer zelVADUndecided. A record serves one thread at a time and
+ * is not reusable after a flush without a new Init.
+ * Both Inits prepare the same record; the first Decision gives it the
+ * measures of its element type.
+ * Statuses: a null pointer (zelStsNullPtrErr); a record that no Init
+ * prepared, or a Decision of the other element type than the decisions
+ * before it (zelStsContextMatchErr; Flush takes a record of either type).
+ * Nothing is written on an error.
+ * Outputs: pSize, pRes, pState. */
 ZELSR_API ZelStatus zelsVADGetBufSize_Aurora_32f(int* pSize);
 ZELSR_API ZelStatus zelsVADGetBufSize_Aurora_16s(int* pSize);
 ZELSR_API ZelStatus zelsVADInit_Aurora_32f(ZelVADState_Aurora* pState);
 ZELSR_API ZelStatus zelsVADInit_Aurora_16s(ZelVADState_Aurora* pState);
-/** @} */
-/** @{ */
-/** pMel: 25 Mel energies; pFrame: 64 samples. The _16s measures are integer
- * images of the float ones with constants of their own.
- * Outputs: pRes; pState (in place: read and written).
- */
 ZELSR_API ZelStatus zelsVADDecision_Aurora_32f(const Zel32f* pMel, const Zel32f* pFrame, int speechHint,
                                               Zel32s* pRes, ZelVADState_Aurora* pState);
 ZELSR_API ZelStatus zelsVADDecision_Aurora_16s(const Zel16s* pMel, const Zel16s* pFrame, int speechHint,
@@ -197,8 +186,7 @@ ZELSR_API ZelStatus zelsVADFlush_Aurora_16s(Zel32s* pRes, ZelVADState_Aurora* pS
  * those are weighted 1.2, the rest 0.8, with a sample of 1.0 at each edge.
  * _16s: Q5 weights 38, 27 and 32 (1.1875, 0.84375, 1.0) and 27/32 for 80%,
  * the product rounded to nearest and saturated. Null: zelStsNullPtrErr.
- * Outputs: pDst.
- */
+ * Outputs: pDst. */
 ZELSR_API ZelStatus zelsWaveProcessing_Aurora_32f(const Zel32f* pSrc, Zel32f* pDst);
 ZELSR_API ZelStatus zelsWaveProcessing_Aurora_16s(const Zel16s* pSrc, Zel16s* pDst);
 /** @} */
@@ -212,8 +200,7 @@ ZELSR_API ZelStatus zelsWaveProcessing_Aurora_16s(const Zel16s* pSrc, Zel16s* pD
  * fractional bits, g = 9 * clamp(energy - 211, 0, 64) with 16 fractional
  * bits, pCep and pBias saturated to 16 bits.
  * Statuses: a null pointer (zelStsNullPtrErr), then len < 1 (zelStsSizeErr).
- * Outputs: pCep, pBias.
- */
+ * Outputs: pCep, pBias. */
 ZELSR_API ZelStatus zelsBlindEqualization_Aurora_32f(const Zel32f* pRefCep, Zel32f* pCep, Zel32f* pBias, int len,
                                                     Zel32f energy);
 ZELSR_API ZelStatus zelsBlindEqualization_Aurora_16s(const Zel16s* pRefCep, Zel16s* pCep, Zel16s* pBias, int len,

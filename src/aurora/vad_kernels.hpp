@@ -53,7 +53,10 @@ constexpr int kRing = 7;
 // The kind byte stands in the one byte the fields leave free; together with
 // the ranges every valid record keeps (ring marks 0 or 1, ring positions
 // within the ring, the two hangover lengths) it tells a record from memory
-// that never held one.
+// that never held one. A record fresh from Init is the same for both forms;
+// the first decision gives it the kind of its form, whose measures it then
+// holds.
+constexpr Zel8u kKindFresh = 0xa0;
 constexpr Zel8u kKind32f = 0xa3;
 constexpr Zel8u kKind16s = 0xa6;
 
@@ -68,7 +71,7 @@ inline bool wellFormed(const ZelVADState_Aurora& s) {
     return true;
 }
 
-inline void reset(ZelVADState_Aurora& s, Zel8u kind) {
+inline void reset(ZelVADState_Aurora& s) {
     s.flagEnergy = 0;
     s.energyLatch = 0;
     s.meanEnergy.i = 0;
@@ -83,7 +86,7 @@ inline void reset(ZelVADState_Aurora& s, Zel8u kind) {
     s.shortHang = 0;
     memset(s.ring, 0, sizeof s.ring);
     s.frameCount = 0;
-    s.kind = kind;
+    s.kind = kKindFresh;
 }
 
 // Frames seen; the count stops short of overflow, where nothing reads it

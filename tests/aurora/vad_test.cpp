@@ -175,7 +175,13 @@ TEST(AuroraVAD, NullPointersAndRecordsNoInitPreparedAreRefused) {
     EXPECT_EQ(zelsVADFlush_Aurora_32f(&res, st), zelStsContextMatchErr);
     memset(r.mem, 0xa3, 64);
     EXPECT_EQ(zelsVADDecision_Aurora_32f(mel, block, 0, &res, st), zelStsContextMatchErr);
+    // Both Inits prepare the same record; a decision gives it its form.
+    ASSERT_EQ(zelsVADInit_Aurora_16s(st), zelStsNoErr);
+    Record fresh = r;
     ASSERT_EQ(zelsVADInit_Aurora_32f(st), zelStsNoErr);
+    EXPECT_EQ(memcmp(r.mem, fresh.mem, 64), 0);
+    ASSERT_EQ(zelsVADDecision_Aurora_32f(mel, block, 0, &res, st), zelStsNoErr);
+    res = 77;
     Record before = r;
     zt::expectStatuses({
         {zelsVADGetBufSize_Aurora_32f(nullptr), zelStsNullPtrErr},
@@ -185,7 +191,7 @@ TEST(AuroraVAD, NullPointersAndRecordsNoInitPreparedAreRefused) {
         {zelsVADDecision_Aurora_32f(mel, block, 0, nullptr, st), zelStsNullPtrErr},
         {zelsVADDecision_Aurora_32f(mel, block, 0, &res, nullptr), zelStsNullPtrErr},
         {zelsVADDecision_Aurora_16s(mel16, block16, 0, &res, nullptr), zelStsNullPtrErr},
-        // A record of the float form is not one of the integer form.
+        // A record that holds the float form's measures is not one of the integer form.
         {zelsVADDecision_Aurora_16s(mel16, block16, 0, &res, st), zelStsContextMatchErr},
         {zelsVADFlush_Aurora_32f(nullptr, st), zelStsNullPtrErr},
         {zelsVADFlush_Aurora_16s(&res, nullptr), zelStsNullPtrErr},

@@ -171,9 +171,14 @@ const Export* queryOf(const Export& e) {
     std::string n = e.name;
     const size_t at = n.find("Init");
     if (at == std::string::npos) return nullptr;
-    n.replace(at, 4, "GetSize");
-    auto it = byName.find(n);
-    return it == byName.end() ? nullptr : it->second;
+    // A caller-allocated record has a buffer-size query (zelsVADGetBufSize_*).
+    for (const char* query : {"GetSize", "GetBufSize"}) {
+        std::string q = n;
+        q.replace(at, 4, query);
+        auto it = byName.find(q);
+        if (it != byName.end()) return it->second;
+    }
+    return nullptr;
 }
 
 struct State {
