@@ -63,9 +63,8 @@ ZELSR_API ZelStatus zelsLogSum_32s_Sfs(const Zel32s* pSrc, Zel32s* pResult, int 
  * with pVar the inverse variances (IdVar: all 1). Sfs members hold S with
  * scaleFactor + 1 fractional bits; Scaled members return single precision.
  * Checks: step below width (D2), then null pointers, then width or height
- * below 1, then (D2L) a null row among the height rows of a table
- * (zelStsNullPtrErr); every D2L function of the scoring families tests its
- * rows so. Nothing is written on an error.
+ * below 1. The row pointers of a D2L table are not tested, only the
+ * table's own pointer. Nothing is written on an error.
  * Outputs: pDst.
  */
 ZELSR_API ZelStatus zelsLogGauss_32f_D2(const Zel32f* pSrc, int step, const Zel32f* pMean, const Zel32f* pVar,
@@ -132,9 +131,8 @@ ZELSR_API ZelStatus zelsLogGauss_IdVarLowScaled_16s32f_D2L(const Zel16s** mSrc, 
  * running score may be rounded. Add: pSrcDst[y] = log(exp(score) +
  * exp(pSrcDst[y])), by the accurate log-add of the single or the double set.
  * Checks: step below width (D2), then null pointers, then width or height
- * below 1, then (D2L) a null row among the height rows of a table
- * (zelStsNullPtrErr); every D2L function of the scoring families tests its
- * rows so. Nothing is written on an error.
+ * below 1. The row pointers of a D2L table are not tested, only the
+ * table's own pointer. Nothing is written on an error.
  * Outputs: pSrcDst (in place: read and written).
  */
 ZELSR_API ZelStatus zelsLogGaussMax_32f_D2(const Zel32f* pSrc, int step, const Zel32f* pMean, const Zel32f* pVar,

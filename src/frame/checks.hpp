@@ -46,9 +46,9 @@ constexpr ZelStatus requireStride(int step, int width) {
 
 constexpr ZelStatus require(bool ok, ZelStatus status) { return ok ? zelStsNoErr : status; }
 
-// D2L tables: a null row among the first `rows` is a null pointer as much as
-// a null table is. An argument that is no table passes, so a family can hand
-// its whole argument list over once its sizes are known to be positive.
+// D2L tables whose family tests its rows (most trust them, as they trust a
+// buffer's length): a null row among the first `rows` is a null pointer as
+// much as a null table is. An argument that is no table passes.
 template <class P>
 inline ZelStatus requireTableRows(const P* p, int rows) {
     if constexpr (std::is_pointer_v<P>) {

@@ -28,8 +28,7 @@ ZelStatus checkPlainD2(int step, int width, int height, const P*... p) {
 }
 template <class... P>
 ZelStatus checkPlainD2L(int width, int height, const P*... p) {
-    if (ZelStatus s = firstError(requireNonNull(p...), requirePositive(width, height))) return s;
-    return firstError(requireTableRows(p, height)...);
+    return firstError(requireNonNull(p...), requirePositive(width, height));
 }
 
 // The multi-mixture kernels: the mean rows against the frame (mean minus
@@ -62,25 +61,20 @@ ZelStatus checkSelectD2(int step, int width, int nGauss, int height, const P*...
     return firstError(requireNonNull(p...), requirePositive(width, nGauss, height), requireStride(step, width));
 }
 
-// The frame table has height rows and the Gaussian tables nGauss rows; every
-// row pointer is tested, after the pointers and the sizes.
-template <class T>
-ZelStatus requireRows(const T* const* rows, int n) {
-    for (int i = 0; i < n; ++i)
-        if (!rows[i]) return zelStsNullPtrErr;
-    return zelStsNoErr;
-}
+// The frame table has height rows and the Gaussian tables nGauss rows; the
+// Select members, unlike the other D2L functions, test every row pointer,
+// after the pointers and the sizes.
 template <class T, class... P>
 ZelStatus checkSelectD2L(int width, int nGauss, int height, const T** mSrc, const T** mMean, const T** mVar,
                          const P*... p) {
     if (ZelStatus s = firstError(requireNonNull(mSrc, mMean, mVar, p...), requirePositive(width, nGauss, height)))
         return s;
-    return firstError(requireRows(mSrc, height), requireRows(mMean, nGauss), requireRows(mVar, nGauss));
+    return firstError(requireTableRows(mSrc, height), requireTableRows(mMean, nGauss), requireTableRows(mVar, nGauss));
 }
 template <class T, class... P>
 ZelStatus checkSelectIdVarD2L(int width, int nGauss, int height, const T** mSrc, const T** mMean, const P*... p) {
     if (ZelStatus s = firstError(requireNonNull(mSrc, mMean, p...), requirePositive(width, nGauss, height))) return s;
-    return firstError(requireRows(mSrc, height), requireRows(mMean, nGauss));
+    return firstError(requireTableRows(mSrc, height), requireTableRows(mMean, nGauss));
 }
 
 // The general path, with a 16-bit counter per frame from the heap; `score`

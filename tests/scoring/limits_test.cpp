@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Scoring at the edges: the rounding of the Low sums where a row is shifted
-// group by group, scale factors at the ends of int, and D2L tables with a
-// null row.
+// group by group, and scale factors at the ends of int.
 #include <limits.h>
 
 #include <vector>
@@ -100,34 +99,6 @@ TEST(ScoringLimits, LogAddTakesTheMostNegativeScaleFactor) {
         EXPECT_EQ(zelsLogAdd_32s_Sfs(a32.data(), d32.data(), 4, INT_MIN, ZelHintAlgorithm(hint)), 0);
         EXPECT_EQ(zelsLogAdd_32s_Sfs(a32.data(), e32.data(), 4, -100000, ZelHintAlgorithm(hint)), 0);
         EXPECT_EQ(d32, e32);
-    }
-}
-
-// A null row anywhere in a table is refused like a null table, before
-// anything is written.
-TEST(ScoringLimits, NullRowsOfD2LTablesAreNullPointers) {
-    const int w = 8, h = 5;
-    std::vector<Zel32f> data(w * h, 1.0f), mean(w, 0.5f), var(w, 2.0f), vals(h, 0.0f);
-    std::vector<const Zel32f*> rows(h);
-    for (int y = 0; y < h; ++y) rows[y] = data.data() + y * w;
-    for (int nullRow : {0, h - 1}) {
-        auto table = rows;
-        table[nullRow] = nullptr;
-        const Zel32f** t = table.data();
-        std::vector<Zel32f> dst(h, -5.0f);
-        Zel32f result = -5.0f;
-        zt::expectStatuses({
-            {zelsLogGauss_32f_D2L(t, mean.data(), var.data(), w, dst.data(), h, 0.0f), zelStsNullPtrErr},
-            {zelsLogGaussMax_IdVar_32f_D2L(t, mean.data(), w, dst.data(), h, 0.0f), zelStsNullPtrErr},
-            {zelsLogGaussAdd_32f_D2L(t, mean.data(), var.data(), w, dst.data(), h, 0.0f), zelStsNullPtrErr},
-            {zelsLogGaussMultiMix_32f_D2L(t, rows.data(), mean.data(), w, dst.data(), h), zelStsNullPtrErr},
-            {zelsLogGaussMultiMix_32f_D2L(rows.data(), t, mean.data(), w, dst.data(), h), zelStsNullPtrErr},
-            {zelsLogGaussMixture_32f_D2L(mean.data(), t, rows.data(), h, w, vals.data(), &result), zelStsNullPtrErr},
-            {zelsMahDist_32f_D2L(t, mean.data(), var.data(), w, dst.data(), h), zelStsNullPtrErr},
-            {zelsMahDistMultiMix_32f_D2L(rows.data(), t, mean.data(), w, dst.data(), h), zelStsNullPtrErr},
-        });
-        zt::expectUntouched(dst.data(), dst.size(), -5.0f);
-        EXPECT_EQ(result, -5.0f);
     }
 }
 
