@@ -7,25 +7,13 @@
 
 #include <vector>
 
+#include "fuzz_reader.hpp"
 #include "zelsr.h"
 
 namespace {
 
-struct Reader {
-    const uint8_t* p;
-    size_t n;
-    uint32_t u(int bytes) {
-        uint32_t v = 0;
-        for (int i = 0; i < bytes; ++i) v = v << 8 | (n ? (--n, *p++) : 0u);
-        return v;
-    }
-    double real() {
-        if (u(1) < 240) return double(int16_t(u(2))) / 256.0;
-        uint32_t b = u(4);
-        float f;
-        memcpy(&f, &b, 4);
-        return double(f);
-    }
+struct Reader : zfuzz::Reader {
+    double real() { return double(mostlyScaled(256.0f)); }
 };
 
 }  // namespace

@@ -8,25 +8,13 @@
 
 #include <vector>
 
+#include "fuzz_reader.hpp"
 #include "zelsr.h"
 
 namespace {
 
-struct Reader {
-    const uint8_t* p;
-    size_t n;
-    uint32_t u(int bytes) {
-        uint32_t v = 0;
-        for (int i = 0; i < bytes; ++i) v = v << 8 | (n ? (--n, *p++) : 0u);
-        return v;
-    }
-    float f32() {
-        if (u(1) < 240) return float(int16_t(u(2))) / 64.0f;
-        uint32_t b = u(4);
-        float f;
-        memcpy(&f, &b, 4);
-        return f;
-    }
+struct Reader : zfuzz::Reader {
+    float f32() { return mostlyScaled(64.0f); }
 };
 
 using Query = ZelStatus (*)(int, int, int*);

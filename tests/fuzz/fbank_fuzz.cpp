@@ -8,26 +8,15 @@
 
 #include <vector>
 
+#include "fuzz_reader.hpp"
 #include "zelsr.h"
 
 namespace {
 
-struct Reader {
-    const uint8_t* p;
-    size_t n;
-    uint32_t u(int bytes) {
-        uint32_t v = 0;
-        for (int i = 0; i < bytes; ++i) v = v << 8 | (n ? (--n, *p++) : 0u);
-        return v;
-    }
-    float f32() {
-        uint32_t b = u(4);
-        float f;
-        memcpy(&f, &b, 4);
-        return f;
-    }
+struct Reader : zfuzz::Reader {
+    float f32() { return anyFloat(); }
     // Mostly a sensible value, sometimes any bit pattern at all.
-    float freq(float base, uint32_t span) { return u(1) < 224 ? base + float(u(2) % span) : f32(); }
+    float freq(float base, uint32_t span) { return u(1) < 224 ? base + float(u(2) % span) : anyFloat(); }
 };
 
 template <class T>
