@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The real FFT's passes on AVX2: eight lanes where a pass's stride allows,
 // four (in VEX encoding) where it does not. Compiled with -mavx2 only.
+#if defined(ZELSR_HAVE_AVX2)
 #include <immintrin.h>
 
 #include "frame/fft_wide.hpp"
@@ -97,3 +98,5 @@ void inverse(const float* pSrc, float* pDst, float* work, int64_t m, const float
 }
 
 }  // namespace zel::fft::avx2
+
+#endif  // ZELSR_HAVE_AVX2

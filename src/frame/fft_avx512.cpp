@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The real FFT's passes on AVX-512: sixteen lanes where a pass's stride
 // allows, four where it does not. Compiled for AVX-512 only.
+#if defined(ZELSR_HAVE_AVX512)
 #include <immintrin.h>
 
 #include "frame/fft_wide.hpp"
@@ -108,3 +109,5 @@ void inverse(const float* pSrc, float* pDst, float* work, int64_t m, const float
 }
 
 }  // namespace zel::fft::avx512
+
+#endif  // ZELSR_HAVE_AVX512
