@@ -7,8 +7,10 @@
 
 #include "core/zelcore_own.h"
 #include "frame/checks.hpp"
+#include "frame/dispatch.hpp"
 #include "frame/fft.hpp"
 #include "frame/fft_kernels.hpp"
+#include "frame/fft_wide.hpp"
 #include "frame/toolkit.h"
 
 namespace zel::fft {
@@ -127,16 +129,39 @@ float* remainingPasses(float* x, float* y, int64_t m, const float* chain) {
 void forwardVector(const ZelFFTSpec_R_32f& plan, const float* pSrc, float* pDst, float* work, float s0,
                    bool unfolded) {
     const int64_t m = (int64_t(1) << plan.order) / 2;
-    float* a = work;
-    float* b = work + 2 * m;
-    firstPass(InterleavedIn{pSrc}, a, a + m, m, plan.pPassTwiddles);
-    const float* z = remainingPasses(a, b, m, plan.pPassTwiddles);
-    splitForward(z, z + m, pDst, m, plan.pSplitTwiddles, 0.5f * s0);
+    const float* z = nullptr;
+#if defined(ZELSR_HAVE_AVX512)
+    if (plan.isa == int(Isa::kAvx512))
+        z = avx512::forward(pSrc, pDst, work, m, plan.pPassTwiddles, plan.pSplitTwiddles, 0.5f * s0);
+#endif
+#if defined(ZELSR_HAVE_AVX2)
+    if (plan.isa == int(Isa::kAvx2))
+        z = avx2::forward(pSrc, pDst, work, m, plan.pPassTwiddles, plan.pSplitTwiddles, 0.5f * s0);
+#endif
+    if (z == nullptr) {
+        float* a = work;
+        float* b = work + 2 * m;
+        firstPass(InterleavedIn{pSrc}, a, a + m, m, plan.pPassTwiddles);
+        z = remainingPasses(a, b, m, plan.pPassTwiddles);
+        splitForward(z, z + m, pDst, m, plan.pSplitTwiddles, 0.5f * s0);
+    }
     storeEdges(pDst, m, (z[0] + z[m]) * s0, (z[0] - z[m]) * s0, unfolded);
 }
 
 void inverseVector(const ZelFFTSpec_R_32f& plan, const float* pSrc, float* pDst, float* work, float sc) {
     const int64_t m = (int64_t(1) << plan.order) / 2;
+#if defined(ZELSR_HAVE_AVX512)
+    if (plan.isa == int(Isa::kAvx512)) {
+        avx512::inverse(pSrc, pDst, work, m, plan.pPassTwiddles, plan.pSplitTwiddles, sc);
+        return;
+    }
+#endif
+#if defined(ZELSR_HAVE_AVX2)
+    if (plan.isa == int(Isa::kAvx2)) {
+        avx2::inverse(pSrc, pDst, work, m, plan.pPassTwiddles, plan.pSplitTwiddles, sc);
+        return;
+    }
+#endif
     float* a = work;
     float* b = work + 2 * m;
     splitInverse(pSrc, b, b + m, m, plan.pSplitTwiddles, sc);
@@ -263,6 +288,7 @@ ZelStatus ownFFTInit_R_32f(ZelFFTSpec_R_32f** ppSpec, int order, int flag, int h
     plan->workSize = int(workBytes32f(order));
     plan->ownsMemory = 0;
     plan->numThreads = ownGetNumThreads();
+    plan->isa = int(activeIsa());
     plan->pPassTwiddles = nullptr;
     plan->pSplitTwiddles = nullptr;
     plan->pBlock = pSpecMem;

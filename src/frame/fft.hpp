@@ -32,6 +32,9 @@ struct ZelFFTSpec_R_32f {
     // a join between passes costs more than the passes of a split transform
     // save, all the more when other work holds the second core.
     Zel32s numThreads;
+    // The instruction set of the transforms (a zel::Isa), chosen at init so
+    // that a plan's passes never ask again; all give the same bits.
+    Zel32s isa;
     // Twiddles of the radix-4 passes, from the pass of length N/2 down,
     // and of the final real split. Null for orders under 5. Stockham
     // passes keep the natural order, so there is no bit-reversal table.

@@ -23,6 +23,7 @@
 
 #include <stdint.h>
 
+#include "frame/fft_butterflies.hpp"
 #include "simd/simd.hpp"
 
 namespace zel::fft {
@@ -77,7 +78,6 @@ constexpr CosSin turn(int64_t k, int64_t n) {
 // their sections follow each other in that order (a chain). A chain of a
 // longer transform with the same parity of log2(M) contains the chains of
 // all shorter ones as tails.
-constexpr int64_t passSectionFloats(int64_t n) { return 24 * ((n / 4 + 3) / 4); }
 
 constexpr int64_t chainFloats(int64_t m) {
     int64_t total = 0;
@@ -124,69 +124,10 @@ constexpr void fillSplit(float* t, int64_t m) {
     }
 }
 
-// ---- Lanes and complex values ----------------------------------------------
-
-// Scalar forms of the vocabulary, so that one template serves both lane types.
-inline float add(float a, float b) { return a + b; }
-inline float sub(float a, float b) { return a - b; }
-inline float mul(float a, float b) { return a * b; }
-
-template <class V>
-struct Cx {
-    V re, im;
-};
-
-template <class V>
-inline Cx<V> operator+(Cx<V> a, Cx<V> b) { return {add(a.re, b.re), add(a.im, b.im)}; }
-template <class V>
-inline Cx<V> operator-(Cx<V> a, Cx<V> b) { return {sub(a.re, b.re), sub(a.im, b.im)}; }
-template <class V>
-inline Cx<V> cmul(Cx<V> x, Cx<V> w) {
-    return {sub(mul(x.re, w.re), mul(x.im, w.im)), add(mul(x.re, w.im), mul(x.im, w.re))};
-}
-
-// Radix-4 butterfly of a decimation in frequency, before the twiddles:
-// y0 = a + b + c + d, y1 = a - ib - c + id, y2 = a - b + c - d, y3 = a + ib - c - id.
-template <class V>
-inline void butterfly4(Cx<V> a, Cx<V> b, Cx<V> c, Cx<V> d, Cx<V> (&y)[4]) {
-    const Cx<V> t0 = a + c, t1 = a - c, t2 = b + d, t3 = b - d;
-    y[0] = t0 + t2;
-    y[1] = {add(t1.re, t3.im), sub(t1.im, t3.re)};
-    y[2] = t0 - t2;
-    y[3] = {sub(t1.re, t3.im), add(t1.im, t3.re)};
-}
-
 // Twiddle r (1..3) of value p in a pass section.
 inline Cx<float> twiddle(const float* section, int64_t p, int r) {
     const float* w = section + 24 * (p >> 2) + 8 * (r - 1) + (p & 3);
     return {w[0], w[4]};
-}
-
-// One step of the forward split. a = Z[k] and b = Z[m-k] of the complex
-// spectrum, w = W^k with W = exp(-2 pi i / 2m), h = 0.5 times the output
-// scale. E = (a + conj b) h is the spectrum of the even samples, and
-// D = (a - conj b) h that of the odd ones times i; X[k] = E + W^k (-i D), and
-// the mirror X[m-k] = conj(E - W^k (-i D)).
-template <class V>
-inline void splitStep(Cx<V> a, Cx<V> b, Cx<V> w, V h, Cx<V>& xk, Cx<V>& xmk) {
-    const V er = mul(add(a.re, b.re), h), ei = mul(sub(a.im, b.im), h);
-    const V dr = mul(sub(a.re, b.re), h), di = mul(add(a.im, b.im), h);
-    const V tr = add(mul(w.re, di), mul(w.im, dr)), ti = sub(mul(w.im, di), mul(w.re, dr));
-    xk = {add(er, tr), add(ei, ti)};
-    xmk = {sub(er, tr), sub(ti, ei)};
-}
-
-// One step of the inverse split. a = X[k] and b = X[m-k] of the packed
-// spectrum, w = W^k, sc the output scale. Z[k] = E + i O with
-// E = (a + conj b) sc and O = (a - conj b) sc conj(W^k); the mirror is
-// Z[m-k] = conj(E) + i conj(O).
-template <class V>
-inline void unsplitStep(Cx<V> a, Cx<V> b, Cx<V> w, V sc, Cx<V>& zk, Cx<V>& zmk) {
-    const V er = mul(add(a.re, b.re), sc), ei = mul(sub(a.im, b.im), sc);
-    const V dr = mul(sub(a.re, b.re), sc), di = mul(add(a.im, b.im), sc);
-    const V orr = add(mul(dr, w.re), mul(di, w.im)), oi = sub(mul(di, w.re), mul(dr, w.im));
-    zk = {sub(er, oi), add(ei, orr)};
-    zmk = {add(er, oi), sub(orr, ei)};
 }
 
 // Split twiddle of bin k (1..m/2).
@@ -350,27 +291,14 @@ inline void lastPass4(const float* xr, const float* xi, float* yr, float* yi, in
 
 // The last pass when log2(M) is odd and M is 32 or more: length 8, stride
 // M/8, which does the work of a radix-4 and a radix-2 pass in one sweep over
-// the data. A radix-2 step with the eighth roots of unity, then two radix-4
-// butterflies: the even outputs from the sums, the odd ones from the
-// differences.
+// the data.
 inline void lastPass8(const float* xr, const float* xi, float* yr, float* yi, int64_t s) {
     const SplitIn in{xr, xi};
     const F32x4 c = simd::set1(0.70710678118654752f);
     for (int64_t q = 0; q < s; q += 4) {
-        Cx<F32x4> sum[4], dif[4];
-        for (int j = 0; j < 4; ++j) {
-            const Cx<F32x4> a = in.load(q + j * s), b = in.load(q + (j + 4) * s);
-            sum[j] = a + b;
-            dif[j] = a - b;
-        }
-        // dif[j] times exp(-2 pi i j / 8).
-        const Cx<F32x4> d1 = dif[1], d2 = dif[2], d3 = dif[3];
-        dif[1] = {mul(add(d1.re, d1.im), c), mul(sub(d1.im, d1.re), c)};
-        dif[2] = {d2.im, sub(simd::zero4f(), d2.re)};
-        dif[3] = {mul(sub(d3.im, d3.re), c), mul(sub(simd::zero4f(), add(d3.re, d3.im)), c)};
-        Cx<F32x4> even[4], odd[4];
-        butterfly4(sum[0], sum[1], sum[2], sum[3], even);
-        butterfly4(dif[0], dif[1], dif[2], dif[3], odd);
+        Cx<F32x4> x[8], even[4], odd[4];
+        for (int j = 0; j < 8; ++j) x[j] = in.load(q + j * s);
+        radix8(x, c, simd::zero4f(), even, odd);
         for (int r = 0; r < 4; ++r) {
             storeSplit(yr, yi, q + 2 * r * s, even[r]);
             storeSplit(yr, yi, q + (2 * r + 1) * s, odd[r]);

@@ -7,6 +7,7 @@
 #include <complex>
 
 #include "common.hpp"
+#include "frame/dispatch.hpp"
 #include "frame/fft.hpp"
 #include "frame/toolkit.h"
 
@@ -251,9 +252,10 @@ TEST(Fft, BadArgumentsLeaveOutputsAlone) {
 }
 
 // One digest of the bits of transforms of every path and of the
-// autocorrelation's two paths. The SSE4.1 and the portable builds must both
-// reproduce it: the kernels fix the order of every operation.
-TEST(Fft, EveryBuildGivesTheSameBits) {
+// autocorrelation's two paths. The SSE4.1 and the portable builds, and the
+// AVX2 and AVX-512 kernels where the processor has them, must all reproduce
+// it: the kernels fix the order of every operation.
+uint64_t digestOfEveryPath() {
     uint64_t digest = 1469598103934665603ull;
     auto mix = [&](const float* p, int len) {
         for (int i = 0; i < len; ++i) digest = (digest ^ zt::bits(p[i])) * 1099511628211ull;
@@ -269,20 +271,29 @@ TEST(Fft, EveryBuildGivesTheSameBits) {
         for (float& v : x) v = next();
         for (int flag : kFlags) {
             Plan plan(order, flag);
-            ASSERT_EQ(ownFFTFwd_RUnfolded_32f(x.data(), y.data(), plan.state, nullptr), zelStsNoErr);
+            EXPECT_EQ(ownFFTFwd_RUnfolded_32f(x.data(), y.data(), plan.state, nullptr), zelStsNoErr);
             mix(y.data(), n + 2);
-            ASSERT_EQ(ownFFTFwd_R_32f(x.data(), y.data(), plan.state, nullptr), zelStsNoErr);
-            ASSERT_EQ(ownFFTInv_R_32f(y.data(), back.data(), plan.state, nullptr), zelStsNoErr);
+            EXPECT_EQ(ownFFTFwd_R_32f(x.data(), y.data(), plan.state, nullptr), zelStsNoErr);
+            EXPECT_EQ(ownFFTInv_R_32f(y.data(), back.data(), plan.state, nullptr), zelStsNoErr);
             mix(back.data(), n);
         }
     }
     for (int len : {300, 1000}) {
         std::vector<float> x(len), r(len);
         for (float& v : x) v = next();
-        ASSERT_EQ(ownAutoCorr_32f(x.data(), len, r.data(), len), zelStsNoErr);
+        EXPECT_EQ(ownAutoCorr_32f(x.data(), len, r.data(), len), zelStsNoErr);
         mix(r.data(), len);
     }
-    EXPECT_EQ(digest, 0x27fd5ded71c6be2ull) << std::hex << digest;
+    return digest;
+}
+
+TEST(Fft, EveryBuildAndInstructionSetGivesTheSameBits) {
+    for (zel::Isa isa : {zel::Isa::kBaseline, zel::Isa::kAvx2, zel::Isa::kAvx512}) {
+        const zel::Isa saved = zel::setMaxIsaForTesting(isa);
+        const uint64_t digest = digestOfEveryPath();
+        zel::setMaxIsaForTesting(saved);
+        EXPECT_EQ(digest, 0x27fd5ded71c6be2ull) << "instruction set " << int(isa) << ": " << std::hex << digest;
+    }
 }
 
 }  // namespace
