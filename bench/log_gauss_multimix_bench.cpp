@@ -3,10 +3,11 @@
 // against G diagonal Gaussians, every frame-Gaussian pair scored.
 //
 //   library   zelsLogGaussMultiMix_32f_D2, one call per frame and block of
-//             Gaussians: the blocks (kBlock rows of means and inverse
-//             variances, 312 bytes a row) stay in the second-level cache
-//             while every frame passes over them, so the model is read from
-//             memory once per pass and not once per frame. Before its call
+//             Gaussians: a block (kBlock rows of means and inverse
+//             variances, 320 bytes a row) stays in the first-level cache
+//             while every frame passes over it, so the model is read from
+//             memory once per pass and not once per frame, and the cost per
+//             pair does not grow with the model. Before its call
 //             the frame's row of results receives the block's constants.
 //   sgemm     the same scores as one product, the way large recognisers
 //             batch them: [x^2, x, 1] (79 columns per frame) times
@@ -40,8 +41,8 @@ constexpr int kFrames = 1000;
 constexpr int kWidth = 39;
 constexpr int kStep = 40;
 constexpr int kK = 2 * kWidth + 1;
-// 512 Gaussians: 160 KB of means and inverse variances.
-constexpr int kBlock = 512;
+// 64 Gaussians: 20 KB of means and inverse variances.
+constexpr int kBlock = 64;
 
 template <class T>
 struct Mem {

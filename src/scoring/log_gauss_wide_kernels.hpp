@@ -42,8 +42,17 @@ template <class V, class T>
 struct BlockPtrs {
     static constexpr int kN = 4 * V::kBlocks;
     const T* p[kN];
-    BlockPtrs(const RowRef& r, int y0) {
-        for (int i = 0; i < kN; ++i) p[i] = r.template row<T>(y0 + i);
+    // A shared vector needs only p[0]; strided rows are a base and a
+    // pitch, with no test per row.
+    BlockPtrs(const RowRef& r, int y0, bool onlyFirst = false) {
+        if (r.table) {
+            for (int i = 0; i < kN; ++i) p[i] = static_cast<const T*>(r.table[y0 + i]);
+        } else if (onlyFirst || r.pitch == 0) {
+            for (int i = 0; i < kN; ++i) p[i] = static_cast<const T*>(r.base);
+        } else {
+            const char* b = static_cast<const char*>(r.base) + y0 * r.pitch;
+            for (int i = 0; i < kN; ++i) p[i] = reinterpret_cast<const T*>(b + i * r.pitch);
+        }
     }
     // Columns j onward of rows q, q + 4, ... in blocks 0, 1, ...
     const T* const* strided(int q, int j, const T* (&buf)[V::kBlocks]) const {
@@ -65,7 +74,7 @@ template <class V, bool MShared, bool WShared, bool Weighted>
 void floatBlock(const RowRef& xr, const RowRef& mr, const RowRef& wr, int width, int y0, float* out) {
     using F = typename V::F;
     constexpr int Q = V::kBlocks;
-    const BlockPtrs<V, float> x(xr, y0), m(mr, y0), w(wr, y0);
+    const BlockPtrs<V, float> x(xr, y0), m(mr, y0, MShared), w(wr, y0, WShared || !Weighted);
     F acc[4], tail[4];
     for (F& a : acc) a = V::zero();
     // The terms of columns j to j + n - 1 of the rows of accumulator q, one
@@ -167,7 +176,7 @@ void wideBlock(const RowRef& xr, const RowRef& mr, const RowRef& wr, int width, 
     using F = typename V::F;
     using I = typename V::I;
     constexpr int Q = V::kBlocks;
-    const BlockPtrs<V, int16_t> x(xr, y0), m(mr, y0), w(wr, y0);
+    const BlockPtrs<V, int16_t> x(xr, y0), m(mr, y0, MShared), w(wr, y0, WShared || !Weighted);
     F acc[4];
     for (F& a : acc) a = V::zero();
     // One group of eight columns of kBlocks rows, in whatever arrangement of
