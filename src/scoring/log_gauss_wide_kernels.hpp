@@ -109,15 +109,19 @@ void floatBlock(const RowRef& xr, const RowRef& mr, const RowRef& wr, int width,
         for (int q = 0; q < 4; ++q) {
             F t[Q];
             terms(q, j, rest, mv, wv, t);
-            for (int g = 0; g < groups; ++g) acc[q] = V::sub(acc[q], t[g]);
-            tail[q] = t[groups];
+            // Loops of fixed length with tests keep t in registers.
+            for (int g = 0; g < Q; ++g) {
+                if (g < groups) acc[q] = V::sub(acc[q], t[g]);
+                if (g == groups) tail[q] = t[g];
+            }
         }
     }
     V::transpose4(acc[0], acc[1], acc[2], acc[3]);
     F s = V::add(V::add(acc[0], acc[2]), V::add(acc[1], acc[3]));
     if (tailCols > 0) {
         V::transpose4(tail[0], tail[1], tail[2], tail[3]);
-        for (int c = 0; c < tailCols; ++c) s = V::sub(s, tail[c]);
+        for (int c = 0; c < 4; ++c)
+            if (c < tailCols) s = V::sub(s, tail[c]);
     }
     V::storeu(out + y0, s);
 }
