@@ -2,9 +2,9 @@
 // Gaussian frame scoring at a recogniser's shape: 1000 frames of 39 features
 // (rows padded to 40), each member beside the straightforward scalar loop on
 // the same data. Counters: frames/s, and for a member its speed over the
-// straightforward loop measured just before it ("x_plain"). Members with AVX2
-// kernels run twice, held to the baseline kernels (SSE4.1 on x86-64) and
-// then to AVX2; the AVX2 run is skipped on a processor without it.
+// straightforward loop measured just before it ("x_plain"). Members run
+// held to the baseline kernels (SSE4.1 on x86-64), then to AVX2 and to
+// AVX-512; a run is skipped on a processor without its instruction set.
 #include <benchmark/benchmark.h>
 #include <stdint.h>
 
@@ -141,11 +141,11 @@ void BM_Plain_Low_16s32s(benchmark::State& st) {
     measure(st, "Low_16s32s", true,
             [&] { plainLow16s32s(d.x16, kStep, d.mean16, d.var16, kWidth, d.dst32, kHeight, -5000, kScale); });
 }
-void BM_zelsLogGauss_Low_16s32s_D2Sfs(benchmark::State& st) {
+void BM_zelsLogGauss_Low_16s32s_D2Sfs(benchmark::State& st, zel::Isa isa) {
     const Data& d = data();
     measure(st, "Low_16s32s", false, [&] {
         zelsLogGauss_Low_16s32s_D2Sfs(d.x16, kStep, d.mean16, d.var16, kWidth, d.dst32, kHeight, -5000, kScale);
-    });
+    }, isa);
 }
 void BM_Plain_16s32s(benchmark::State& st) {
     const Data& d = data();
@@ -163,13 +163,18 @@ void BM_zelsLogGauss_16s32s_D2Sfs(benchmark::State& st, zel::Isa isa) {
 BENCHMARK(BM_Plain_32f);
 BENCHMARK_CAPTURE(BM_zelsLogGauss_32f_D2, baseline, zel::Isa::kBaseline);
 BENCHMARK_CAPTURE(BM_zelsLogGauss_32f_D2, avx2, zel::Isa::kAvx2);
+BENCHMARK_CAPTURE(BM_zelsLogGauss_32f_D2, avx512, zel::Isa::kAvx512);
 BENCHMARK(BM_Plain_IdVar_32f);
 BENCHMARK_CAPTURE(BM_zelsLogGauss_IdVar_32f_D2, baseline, zel::Isa::kBaseline);
 BENCHMARK_CAPTURE(BM_zelsLogGauss_IdVar_32f_D2, avx2, zel::Isa::kAvx2);
+BENCHMARK_CAPTURE(BM_zelsLogGauss_IdVar_32f_D2, avx512, zel::Isa::kAvx512);
 BENCHMARK(BM_Plain_Low_16s32s);
-BENCHMARK(BM_zelsLogGauss_Low_16s32s_D2Sfs);
+BENCHMARK_CAPTURE(BM_zelsLogGauss_Low_16s32s_D2Sfs, baseline, zel::Isa::kBaseline);
+BENCHMARK_CAPTURE(BM_zelsLogGauss_Low_16s32s_D2Sfs, avx2, zel::Isa::kAvx2);
+BENCHMARK_CAPTURE(BM_zelsLogGauss_Low_16s32s_D2Sfs, avx512, zel::Isa::kAvx512);
 BENCHMARK(BM_Plain_16s32s);
 BENCHMARK_CAPTURE(BM_zelsLogGauss_16s32s_D2Sfs, baseline, zel::Isa::kBaseline);
 BENCHMARK_CAPTURE(BM_zelsLogGauss_16s32s_D2Sfs, avx2, zel::Isa::kAvx2);
+BENCHMARK_CAPTURE(BM_zelsLogGauss_16s32s_D2Sfs, avx512, zel::Isa::kAvx512);
 
 }  // namespace

@@ -4,16 +4,14 @@
 // Each exported function tests its arguments in the family's order (the step
 // first, then the pointers, then the sizes), picks the aligned or unaligned
 // kernel, and finishes each row's sum in the member's own way. On a processor
-// with AVX2 the single-precision members and the 16-bit members with
-// single-precision lanes hand the whole blocks of eight rows of a call to the
-// kernels of log_gauss_avx2.cpp, chosen once per call; the results are the
-// same bits.
+// with AVX2 or AVX-512 the kernels hand the whole blocks of rows of a call to
+// the wide kernels (log_gauss_wide.hpp), chosen once per call; the results
+// are the same bits.
 #include "scoring/log_gauss_kernels.hpp"
 
 #include "frame/checks.hpp"
 #include "scoring/scoring_checks.hpp"
 #include "frame/dispatch.hpp"
-#include "scoring/log_gauss_avx2.hpp"
 #include "zelsr.h"
 
 namespace {
@@ -53,28 +51,19 @@ void byAlignment(X x, M m, W w, int height, Run run) {
         run(std::false_type{});
 }
 
-// On a processor with AVX2 its kernels score the whole blocks of eight rows,
-// `avx2(rows)`, and the baseline kernels the last height modulo 8 rows,
-// `baseline(first)`, for which their shorter blocks are faster; elsewhere
-// the baseline kernels score all rows, `baseline(0)`. Either gives the same
-// bits for a row.
-template <class Avx2, class Baseline>
-void byIsa(int height, Avx2 avx2, Baseline baseline) {
-    int first = 0;
-    if constexpr (kBuiltWithAvx2)
-        if (height >= 8 && runsAvx2()) {
-            first = height - height % 8;
-            avx2(first);
-        }
-    if (first < height) baseline(first);
-}
-
-// The inverse variance as the AVX2 entry points take it: null for IdVar.
-template <class T>
-const T* weights(SameRow<T> w) {
-    return w.p;
-}
-decltype(nullptr) weights(NoWeights) { return nullptr; }
+// The last step of the 16-bit members with single-precision lanes, from a
+// row's lane sum (T = -S with weights, S without) to its score: the sum is
+// divided by `factor` or multiplied by it, then combined with val in the
+// member's own order, and stored as a single or truncated toward zero into a
+// Zel32s.
+struct WideFinish {
+    enum Order : int { kScaledPlusVal, kValPlusScaled, kValMinusScaled };
+    Order order;
+    float factor;
+    bool divides;
+    float val;
+    bool toInt32;
+};
 
 // ---- Single and double precision ---------------------------------------------------
 
@@ -87,16 +76,10 @@ ZelStatus score32f(X src, const Zel32f* pMean, W w, int width, Zel32f* pDst, int
         columnSums(src, same(pMean), w, width, height, twoVal, [=](int y, Zel32f r) { pDst[y] = r * 0.5f; });
         return zelStsNoErr;
     }
-    byIsa(
-        height, [&](auto rows) { avx2::scores32f(src, pMean, weights(w), width, rows, twoVal, pDst); },
-        [&](int first) {
-            const X rest = rowsFrom(src, first);
-            Zel32f* dst = pDst + first;
-            byAlignment(rest, same(pMean), w, height - first, [&](auto aligned) {
-                floatSums<decltype(aligned)::value>(rest, same(pMean), w, width, height - first,
-                                     [=](int y, auto negS) { put(dst + y, (negS + twoVal) * 0.5f); });
-            });
-        });
+    byAlignment(src, same(pMean), w, height, [&](auto aligned) {
+        floatSums<decltype(aligned)::value>(src, same(pMean), w, width, height,
+                                             [=](int y, auto negS) { put(pDst + y, (negS + twoVal) * 0.5f); });
+    });
     return zelStsNoErr;
 }
 
@@ -136,18 +119,13 @@ V finishSum(const WideFinish& f, V sum) {
 // without. Rows narrower than a group of eight stay on the baseline kernels.
 template <class X, class W>
 ZelStatus scoreWide(X src, const Zel16s* pMean, W w, int width, int height, const WideFinish& f, void* pDst) {
-    auto baseline = [&](int first) {
-        const X rest = rowsFrom(src, first);
-        byAlignment(rest, same(pMean), w, height - first, [&](auto aligned) {
-            wideSums<decltype(aligned)::value>(rest, same(pMean), w, width, height - first, [&](int y, auto sum) {
-                const auto r = finishSum(f, sum);
-                if (f.toInt32) put(static_cast<Zel32s*>(pDst) + first + y, truncOrMin32(r));
-                else put(static_cast<Zel32f*>(pDst) + first + y, r);
-            });
+    byAlignment(src, same(pMean), w, height, [&](auto aligned) {
+        wideSums<decltype(aligned)::value>(src, same(pMean), w, width, height, [&](int y, auto sum) {
+            const auto r = finishSum(f, sum);
+            if (f.toInt32) put(static_cast<Zel32s*>(pDst) + y, truncOrMin32(r));
+            else put(static_cast<Zel32f*>(pDst) + y, r);
         });
-    };
-    if (width < 8) baseline(0);
-    else byIsa(height, [&](auto rows) { avx2::wideScores(src, pMean, weights(w), width, rows, f, pDst); }, baseline);
+    });
     return zelStsNoErr;
 }
 

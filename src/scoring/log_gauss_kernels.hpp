@@ -26,8 +26,10 @@
 
 #include <type_traits>
 
+#include "frame/dispatch.hpp"
 #include "frame/fixed.hpp"
 #include "scoring/log_gauss_rows.hpp"
+#include "scoring/log_gauss_wide.hpp"
 #include "simd/simd.hpp"
 
 namespace zel::gauss {
@@ -110,6 +112,88 @@ inline void emit4(Sink& sink, int y0, F32x4 v) {
         sink(y0 + 2, simd::lane<2>(v));
         sink(y0 + 3, simd::lane<3>(v));
     }
+}
+
+// ---- Whole row blocks on the wide kernels ------------------------------------------
+
+// Where the processor has AVX2 or AVX-512, the kernels below hand the whole
+// blocks of rows of a call (8 or 16 rows) to the wide kernels of
+// log_gauss_wide_kernels.hpp, chosen once per call, and finish their sums
+// with their own sinks; the rows after the last whole block stay here. The
+// wide kernels keep each row's lanes and fold, so a row's bits do not depend
+// on the path.
+template <class T>
+RowRef rowRef(BlockRows<T> r) {
+    return {r.base, nullptr, static_cast<ptrdiff_t>(r.step) * static_cast<ptrdiff_t>(sizeof(T))};
+}
+template <class T>
+RowRef rowRef(TableRows<T> r) {
+    return {nullptr, reinterpret_cast<const void* const*>(r.rows), 0};
+}
+template <class T>
+RowRef rowRef(SameRow<T> r) {
+    return {r.p, nullptr, 0};
+}
+inline RowRef rowRef(NoWeights) { return {nullptr, nullptr, 0}; }
+// The rows from row y0 on, as rows 0, 1, ...
+inline RowRef rowsAt(RowRef r, int y0) {
+    if (r.table) return {nullptr, r.table + y0, 0};
+    if (r.pitch == 0) return r;
+    return {static_cast<const char*>(r.base) + y0 * r.pitch, nullptr, r.pitch};
+}
+
+// Accessors that the wide kernels can reach; others (the picked rows of the
+// mixture shortlists, say) stay on the baseline kernels.
+template <class A>
+inline constexpr bool kWideRow = requires(A a) { rowRef(a); };
+template <class... A>
+inline constexpr bool kWideRows = (kWideRow<A> && ...);
+
+// Scores per wide call: the sums of a chunk wait on the stack for their sink.
+constexpr int kWideChunk = 256;
+
+enum class WideIsa { kNone, kAvx2, kAvx512 };
+inline WideIsa wideIsa() {
+    if constexpr (kBuiltWithAvx2) {
+        if (runsAvx512()) return WideIsa::kAvx512;
+        if (runsAvx2()) return WideIsa::kAvx2;
+    }
+    return WideIsa::kNone;
+}
+inline int wideBlockRows(WideIsa isa) { return isa == WideIsa::kAvx512 ? avx512::kBlockRows : avx2::kBlockRows; }
+
+// Runs `kernel(first, n, buffer)` over the rows 0 to done - 1 in chunks and
+// hands each chunk's sums to `take(first, n, buffer)`.
+template <class T, class Kernel, class Take>
+inline void wideChunks(int done, Kernel kernel, Take take) {
+    alignas(64) T buf[kWideChunk];
+    for (int y0 = 0; y0 < done; y0 += kWideChunk) {
+        const int n = done - y0 < kWideChunk ? done - y0 : kWideChunk;
+        kernel(y0, n, buf);
+        take(y0, n, buf);
+    }
+}
+
+// The single-precision sums of the whole blocks; returns the rows done.
+template <class X, class M, class W, class Sink>
+inline int wideFloatRows(X x, M m, W w, int width, int height, Sink& sink) {
+    if constexpr (kBuiltWithAvx2 && kWideRows<X, M, W> && std::is_same_v<typename X::Elem, float>) {
+        const WideIsa isa = wideIsa();
+        if (isa == WideIsa::kNone) return 0;
+        const int done = height - height % wideBlockRows(isa);
+        wideChunks<float>(
+            done,
+            [&](int y0, int n, float* out) {
+                const RowRef xr = rowsAt(rowRef(x), y0), mr = rowsAt(rowRef(m), y0), wr = rowsAt(rowRef(w), y0);
+                if (isa == WideIsa::kAvx512) avx512::floatSums(xr, mr, wr, width, n, out);
+                else avx2::floatSums(xr, mr, wr, width, n, out);
+            },
+            [&](int y0, int n, const float* sums) {
+                for (int i = 0; i < n; i += 4) emit4(sink, y0 + i, simd::loadu4f(sums + i));
+            });
+        return done;
+    }
+    return 0;
 }
 
 // ---- The family's conversions ----------------------------------------------------
@@ -218,7 +302,7 @@ inline void floatRows(X x, M m, W w, int width, int y0, Sink& sink) {
 // precision; two, then one in double precision.
 template <bool Aligned, class X, class M, class W, class Sink>
 inline void floatSums(X x, M m, W w, int width, int height, Sink sink) {
-    int y = 0;
+    int y = wideFloatRows(x, m, w, width, height, sink);
     if constexpr (sizeof(typename X::Elem) == 4)
         for (; y + 4 <= height; y += 4) floatRows<4, Aligned>(x, m, w, width, y, sink);
     for (; y + 2 <= height; y += 2) floatRows<2, Aligned>(x, m, w, width, y, sink);
@@ -310,6 +394,22 @@ inline void wideRows(X x, M m, W w, int width, int y0, Sink& sink) {
 template <bool Aligned, class X, class M, class W, class Sink>
 inline void wideSums(X x, M m, W w, int width, int height, Sink sink) {
     int y = 0;
+    if constexpr (kBuiltWithAvx2 && kWideRows<X, M, W>) {
+        const WideIsa isa = wideIsa();
+        if (isa != WideIsa::kNone && width >= 8) {
+            y = height - height % wideBlockRows(isa);
+            wideChunks<float>(
+                y,
+                [&](int y0, int n, float* out) {
+                    const RowRef xr = rowsAt(rowRef(x), y0), mr = rowsAt(rowRef(m), y0), wr = rowsAt(rowRef(w), y0);
+                    if (isa == WideIsa::kAvx512) avx512::wideSums(xr, mr, wr, width, n, out);
+                    else avx2::wideSums(xr, mr, wr, width, n, out);
+                },
+                [&](int y0, int n, const float* sums) {
+                    for (int i = 0; i < n; i += 4) emit4(sink, y0 + i, simd::loadu4f(sums + i));
+                });
+        }
+    }
     for (; y + 4 <= height; y += 4) wideRows<4, Aligned>(x, m, w, width, y, sink);
     for (; y + 2 <= height; y += 2) wideRows<2, Aligned>(x, m, w, width, y, sink);
     if (y < height) wideRows<1, Aligned>(x, m, w, width, y, sink);
@@ -412,6 +512,23 @@ template <bool Aligned, class X, class M, class W, class Sink>
 inline void lowSums(X x, M m, W w, int width, int height, int scaleFactor, Sink sink) {
     const LowShifts sh = lowShifts(scaleFactor);
     int y = 0;
+    if constexpr (kBuiltWithAvx2 && kWideRows<X, M, W>) {
+        const WideIsa isa = wideIsa();
+        if (isa != WideIsa::kNone) {
+            y = height - height % 2;
+            const WideShifts wsh{sh.hLeft, sh.hRight, sh.lRight};
+            wideChunks<int32_t>(
+                y,
+                [&](int y0, int n, int32_t* out) {
+                    const RowRef xr = rowsAt(rowRef(x), y0), mr = rowsAt(rowRef(m), y0), wr = rowsAt(rowRef(w), y0);
+                    if (isa == WideIsa::kAvx512) avx512::lowSums(xr, mr, wr, width, n, wsh, out);
+                    else avx2::lowSums(xr, mr, wr, width, n, wsh, out);
+                },
+                [&](int y0, int n, const int32_t* sums) {
+                    for (int i = 0; i < n; ++i) sink(y0 + i, sums[i]);
+                });
+        }
+    }
     for (; y + 2 <= height; y += 2) lowRows<2, Aligned, false>(x, m, w, width, y, sh, sink);
     if (y < height) lowRows<1, Aligned, true>(x, m, w, width, y, sh, sink);
 }
@@ -471,6 +588,22 @@ template <bool Aligned, class X, class M, class Sink>
 inline void idLowSums(X x, M m, int width, int height, int scaleFactor, Sink sink) {
     const PairShift sh = pairShift(scaleFactor);
     int y = 0;
+    if constexpr (kBuiltWithAvx2 && kWideRows<X, M>) {
+        const WideIsa isa = wideIsa();
+        if (isa != WideIsa::kNone) {
+            y = height;
+            wideChunks<int32_t>(
+                y,
+                [&](int y0, int n, int32_t* out) {
+                    const RowRef xr = rowsAt(rowRef(x), y0), mr = rowsAt(rowRef(m), y0);
+                    if (isa == WideIsa::kAvx512) avx512::idLowSums(xr, mr, width, n, sh.right, sh.left, out);
+                    else avx2::idLowSums(xr, mr, width, n, sh.right, sh.left, out);
+                },
+                [&](int y0, int n, const int32_t* sums) {
+                    for (int i = 0; i < n; ++i) sink(y0 + i, sums[i]);
+                });
+        }
+    }
     for (; y + 2 <= height; y += 2) idLowRows<2, Aligned>(x, m, width, y, sh, sink);
     if (y < height) idLowRows<1, Aligned>(x, m, width, y, sh, sink);
 }

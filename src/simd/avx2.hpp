@@ -87,4 +87,79 @@ inline I32x8 widenHi(I16x16 a) { return {_mm256_srai_epi32(_mm256_unpackhi_epi16
 inline void storeu(float* p, F32x8 a) { _mm256_storeu_ps(p, a.v); }
 inline void storeu(int32_t* p, I32x8 a) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), a.v); }
 
+// The vocabulary of the block kernels (log_gauss_wide_kernels.hpp), as one
+// type that a kernel template takes: two blocks of four 32-bit lanes (or
+// eight 16-bit lanes) per register. avx512.hpp has the same with four.
+struct Blocks {
+    static constexpr int kBlocks = 2;
+    using F = __m256;
+    using I = __m256i;
+
+    // ---- single precision
+    static F zero() { return _mm256_setzero_ps(); }
+    static F set1(float x) { return _mm256_set1_ps(x); }
+    // 4 * kBlocks consecutive elements: block k holds elements 4k to 4k + 3.
+    static F loadu(const float* p) { return _mm256_loadu_ps(p); }
+    // Four elements from each of p[0] and p[1], into blocks 0 and 1.
+    static F loadBlocks(const float* const* p) {
+        return _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(p[0])), _mm_loadu_ps(p[1]), 1);
+    }
+    // The first n elements (n below 4 * kBlocks), the others zero; the masked
+    // load reads nothing past them, so a row may end on a page end.
+    static F loadFirst(const float* p, int n) {
+        const __m256i lane = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
+        return _mm256_maskload_ps(p, _mm256_cmpgt_epi32(_mm256_set1_epi32(n), lane));
+    }
+    // The same four elements in every block.
+    static F loadEvery(const float* p) { return _mm256_broadcast_ps(reinterpret_cast<const __m128*>(p)); }
+    static F add(F a, F b) { return _mm256_add_ps(a, b); }
+    static F sub(F a, F b) { return _mm256_sub_ps(a, b); }
+    static F mul(F a, F b) { return _mm256_mul_ps(a, b); }
+    static void storeu(float* p, F a) { _mm256_storeu_ps(p, a); }
+    // Block g of t[k] and block k of t[g] change places.
+    static void transposeBlocks(F (&t)[2]) {
+        const F a = _mm256_permute2f128_ps(t[0], t[1], 0x20);
+        t[1] = _mm256_permute2f128_ps(t[0], t[1], 0x31);
+        t[0] = a;
+    }
+    // In each block, rows a, b, c, d of a 4x4 matrix become its columns.
+    static void transpose4(F& a, F& b, F& c, F& d) {
+        const F t0 = _mm256_unpacklo_ps(a, b), t1 = _mm256_unpackhi_ps(a, b);
+        const F t2 = _mm256_unpacklo_ps(c, d), t3 = _mm256_unpackhi_ps(c, d);
+        a = _mm256_shuffle_ps(t0, t2, _MM_SHUFFLE(1, 0, 1, 0));
+        b = _mm256_shuffle_ps(t0, t2, _MM_SHUFFLE(3, 2, 3, 2));
+        c = _mm256_shuffle_ps(t1, t3, _MM_SHUFFLE(1, 0, 1, 0));
+        d = _mm256_shuffle_ps(t1, t3, _MM_SHUFFLE(3, 2, 3, 2));
+    }
+
+    // ---- 16-bit integers
+    static I loadu(const int16_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
+    static I loadBlocks(const int16_t* const* p) {
+        const __m128i l = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p[0]));
+        return _mm256_inserti128_si256(_mm256_castsi128_si256(l), _mm_loadu_si128(reinterpret_cast<const __m128i*>(p[1])), 1);
+    }
+    static I loadEvery(const int16_t* p) {
+        return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)));
+    }
+    static I subSat(I a, I b) { return _mm256_subs_epi16(a, b); }
+    static I madd(I a, I b) { return _mm256_madd_epi16(a, b); }
+    static I widenLo(I a) { return _mm256_srai_epi32(_mm256_unpacklo_epi16(a, a), 16); }
+    static I widenHi(I a) { return _mm256_srai_epi32(_mm256_unpackhi_epi16(a, a), 16); }
+    static F cvt(I a) { return _mm256_cvtepi32_ps(a); }
+    static I mulhi(I a, I b) { return _mm256_mulhi_epi16(a, b); }
+    static I mullo(I a, I b) { return _mm256_mullo_epi16(a, b); }
+    static I srl1(I a) { return _mm256_srli_epi16(a, 1); }
+
+    // ---- 32-bit integers
+    static I zeroI() { return _mm256_setzero_si256(); }
+    static I add32(I a, I b) { return _mm256_add_epi32(a, b); }
+    static I sub32(I a, I b) { return _mm256_sub_epi32(a, b); }
+    // Arithmetic right and left shifts by a count from 0 up; a left shift by
+    // 32 or more clears, a right shift of 32 or more keeps only the sign.
+    static I sra32(I a, int n) { return _mm256_sra_epi32(a, _mm_cvtsi32_si128(n)); }
+    static I sll32(I a, int n) { return _mm256_sll_epi32(a, _mm_cvtsi32_si128(n)); }
+    // The two blocks added lane by lane, wrapping.
+    static __m128i sumBlocks(I a) { return _mm_add_epi32(_mm256_castsi256_si128(a), _mm256_extracti128_si256(a, 1)); }
+};
+
 }  // namespace zel::simd::avx2

@@ -243,11 +243,16 @@ protected:
 private:
     zel::Isa previous_ = zel::Isa::kAvx2;
 };
-INSTANTIATE_TEST_SUITE_P(Isa, LogGaussOn, testing::Values(zel::Isa::kBaseline, zel::Isa::kAvx2),
-                         [](const auto& info) { return info.param == zel::Isa::kAvx2 ? "Avx2" : "Baseline"; });
+INSTANTIATE_TEST_SUITE_P(Isa, LogGaussOn, testing::Values(zel::Isa::kBaseline, zel::Isa::kAvx2, zel::Isa::kAvx512),
+                         [](const auto& info) {
+                             return info.param == zel::Isa::kAvx512 ? "Avx512"
+                                    : info.param == zel::Isa::kAvx2 ? "Avx2"
+                                                                      : "Baseline";
+                         });
 
-// The AVX2 kernels take whole blocks of eight rows and leave the rest of the
-// rows to the baseline kernels; heights of 8 and more split a call.
+// The wide kernels take whole blocks of 8 (AVX2) or 16 (AVX-512) rows and
+// leave the rest of the rows to the baseline kernels; heights from 8 on
+// split a call.
 TEST_P(LogGaussOn, EveryMemberMatchesTheReferenceBitForBit) {
     int failures = 0;
     for (bool aligned : {true, false})
