@@ -1,0 +1,288 @@
+// SPDX-License-Identifier: Apache-2.0
+// The compiled half of the zelsr Python package: numpy arrays in and out of
+// the C interface. Arrays must already have the element type, shape and
+// C-contiguous layout a function reads, so that nothing is copied or
+// converted behind the caller's back; anything else is a clear exception.
+#include <pybind11/numpy.h>
+#include <pybind11/pybind11.h>
+
+#include <string>
+
+#include "zelsr.h"
+
+namespace py = pybind11;
+
+namespace {
+
+const char* statusName(int s) {
+    switch (s) {
+#define N(x) case x: return #x;
+        N(zelStsNoErr) N(zelStsErr) N(zelStsBadArgErr) N(zelStsSizeErr) N(zelStsRangeErr) N(zelStsNullPtrErr)
+        N(zelStsMemAllocErr) N(zelStsDivByZeroErr) N(zelStsFftOrderErr) N(zelStsFftFlagErr)
+        N(zelStsContextMatchErr) N(zelStsStrideErr) N(zelStsSvdCnvgErr) N(zelStsCdbkFlagErr) N(zelStsNegOccErr)
+        N(zelStsFBankFlagErr) N(zelStsMelFlagErr) N(zelStsMelFreqErr) N(zelStsLspRootErr) N(zelStsLspOrderErr)
+        N(zelStsUnstableLpErr) N(zelStsLpcCalcErr) N(zelStsLengthRangeErr) N(zelStsCdbkKindErr)
+        N(zelStsSqrtNegArg) N(zelStsSingularity) N(zelStsDivByZero) N(zelStsLnZeroArg) N(zelStsLnNegArg)
+        N(zelStsResFloor) N(zelStsZeroOcc) N(zelStsCdbkSizeWarn)
+#undef N
+        default: return "zelStsUnknown";
+    }
+}
+
+// A negative status raises zelsr.Error, a positive one a zelsr.StatusWarning
+// (the Python side decides how both look).
+void check(ZelStatus s, const char* where) {
+    if (s == zelStsNoErr) return;
+    py::module_::import("zelsr._status").attr("report")(int(s), statusName(s), where);
+}
+
+template <class T>
+const char* typeName() {
+    if constexpr (std::is_same_v<T, float>) return "float32";
+    else if constexpr (std::is_same_v<T, double>) return "float64";
+    else if constexpr (std::is_same_v<T, int16_t>) return "int16";
+    else return "int32";
+}
+
+// The array as the C function reads it: the exact dtype, C-contiguous, of
+// `ndim` dimensions and not empty.
+template <class T>
+py::array_t<T> need(const py::array& a, const char* name, int ndim) {
+    if (!py::isinstance<py::array_t<T>>(a) || !a.dtype().is(py::dtype::of<T>()))
+        throw py::type_error(std::string(name) + ": expected a numpy array of dtype " + typeName<T>() + ", got " +
+                             std::string(py::str(a.dtype())));
+    if (a.ndim() != ndim)
+        throw py::value_error(std::string(name) + ": expected " + std::to_string(ndim) + " dimension(s), got " +
+                              std::to_string(a.ndim()));
+    if (!(a.flags() & py::array::c_style))
+        throw py::value_error(std::string(name) + ": the array must be C-contiguous (use numpy.ascontiguousarray)");
+    if (a.size() == 0) throw py::value_error(std::string(name) + ": the array is empty");
+    if (a.size() > 0x7fffffff) throw py::value_error(std::string(name) + ": the array is too large");
+    return py::reinterpret_borrow<py::array_t<T>>(a);
+}
+
+int dimOf(const py::array& a, int k) { return int(a.shape(k)); }
+
+// ---- Feature extractor --------------------------------------------------------
+
+struct Extractor {
+    ZelFeatureState* s = nullptr;
+    int dim = 0;
+    explicit Extractor(const ZelFeatureConfig& c) {
+        check(zelsrFeatureInitAlloc(&s, &c), "zelsrFeatureInitAlloc");
+        zelsrFeatureGetDim(s, &dim);
+    }
+    ~Extractor() {
+        if (s) zelsrFeatureFree(s);
+    }
+    void accept(const py::array& x) {
+        if (x.dtype().is(py::dtype::of<int16_t>())) {
+            auto a = need<int16_t>(x, "samples", 1);
+            ZelStatus st;
+            {
+                py::gil_scoped_release nogil;
+                st = zelsrFeatureAccept_16s(s, a.data(), int(a.size()));
+            }
+            check(st, "zelsrFeatureAccept_16s");
+        } else {
+            auto a = need<float>(x, "samples", 1);
+            ZelStatus st;
+            {
+                py::gil_scoped_release nogil;
+                st = zelsrFeatureAccept_32f(s, a.data(), int(a.size()));
+            }
+            check(st, "zelsrFeatureAccept_32f");
+        }
+    }
+    py::array_t<float> read() {
+        int n = 0;
+        check(zelsrFeatureGetReady(s, &n), "zelsrFeatureGetReady");
+        py::array_t<float> out({n, dim});
+        if (n > 0) {
+            int got = 0;
+            check(zelsrFeatureRead(s, out.mutable_data(), dim, n, &got), "zelsrFeatureRead");
+        }
+        return out;
+    }
+};
+
+int checkConfig(const ZelFeatureConfig& c) {
+    int field = -1;
+    check(zelsrFeatureCheckConfig(&c, &field), "zelsrFeatureCheckConfig");
+    return field;
+}
+
+// ---- Primitives -----------------------------------------------------------------
+
+py::array_t<float> logAdd(const py::array& a, const py::array& b) {
+    auto x = need<float>(a, "a", 1), y = need<float>(b, "b", 1);
+    if (x.size() != y.size()) throw py::value_error("a and b: lengths differ");
+    py::array_t<float> out(y.size());
+    std::copy(y.data(), y.data() + y.size(), out.mutable_data());
+    check(zelsLogAdd_32f(x.data(), out.mutable_data(), int(x.size()), zelAlgHintAccurate), "zelsLogAdd_32f");
+    return out;
+}
+
+double logSum(const py::array& a) {
+    if (a.dtype().is(py::dtype::of<double>())) {
+        auto x = need<double>(a, "a", 1);
+        double r = 0;
+        check(zelsLogSum_64f(x.data(), &r, int(x.size()), zelAlgHintAccurate), "zelsLogSum_64f");
+        return r;
+    }
+    auto x = need<float>(a, "a", 1);
+    float r = 0;
+    check(zelsLogSum_32f(x.data(), &r, int(x.size()), zelAlgHintAccurate), "zelsLogSum_32f");
+    return r;
+}
+
+py::array_t<float> logGauss(const py::array& frames, const py::array& mean, const py::array& var, float val) {
+    auto x = need<float>(frames, "frames", 2), m = need<float>(mean, "mean", 1), v = need<float>(var, "var", 1);
+    const int h = dimOf(x, 0), w = dimOf(x, 1);
+    if (m.size() != w || v.size() != w) throw py::value_error("mean and var: length must equal frames.shape[1]");
+    py::array_t<float> out(h);
+    check(zelsLogGauss_32f_D2(x.data(), w, m.data(), v.data(), w, out.mutable_data(), h, val), "zelsLogGauss_32f_D2");
+    return out;
+}
+
+struct MelBank {
+    ZelFBankState_32f* b = nullptr;
+    int nFilter = 0, fftLen = 0;
+    MelBank(int fftSize, float sampleRate, float lowFreq, float highFreq, int numFilters, bool magnitudeInput) {
+        int order = 0;
+        check(zelsMelFBankInitAlloc_32f(&b, &order, fftSize, sampleRate, lowFreq, highFreq, numFilters, 1127.0f,
+                                        700.0f, zelFBankMelWeights | (magnitudeInput ? zelFBankMagnitudeInput : 0)),
+              "zelsMelFBankInitAlloc_32f");
+        nFilter = numFilters;
+        fftLen = 1 << order;
+        magnitude = magnitudeInput;
+    }
+    bool magnitude = false;
+    ~MelBank() {
+        if (b) zelsFBankFree_32f(b);
+    }
+    py::array_t<float> eval(const py::array& a) {
+        auto x = need<float>(a, "spectrum", 1);
+        const int want = magnitude ? fftLen : fftLen / 2 + 1;
+        if (x.size() != want) throw py::value_error("spectrum: expected " + std::to_string(want) + " values");
+        py::array_t<float> out(nFilter);
+        check(zelsEvalFBank_32f(x.data(), out.mutable_data(), b), "zelsEvalFBank_32f");
+        return out;
+    }
+};
+
+struct Lifter {
+    ZelDCTLifterState_32f* s = nullptr;
+    int lenDCT, lenCepstrum, c0;
+    Lifter(int lenDCT_, int lenCepstrum_, int nLifter, bool withC0) : lenDCT(lenDCT_), lenCepstrum(lenCepstrum_), c0(withC0) {
+        check(withC0 ? zelsDCTLifterInitAlloc_C0_32f(&s, lenDCT, lenCepstrum, nLifter, 1.0f, 1.0f)
+                     : zelsDCTLifterInitAlloc_32f(&s, lenDCT, lenCepstrum, nLifter, 1.0f),
+              "zelsDCTLifterInitAlloc_32f");
+    }
+    ~Lifter() {
+        if (s) zelsDCTLifterFree_32f(s);
+    }
+    py::array_t<float> apply(const py::array& a) {
+        auto x = need<float>(a, "log_energies", 2);
+        if (dimOf(x, 1) != lenDCT) throw py::value_error("log_energies: expected " + std::to_string(lenDCT) + " columns");
+        const int h = dimOf(x, 0), w = lenCepstrum + c0;
+        py::array_t<float> out({h, w});
+        for (int t = 0; t < h; ++t)
+            check(zelsDCTLifter_32f(x.data() + size_t(t) * lenDCT, out.mutable_data() + size_t(t) * w, s), "zelsDCTLifter_32f");
+        return out;
+    }
+};
+
+py::array_t<float> deltas(const py::array& a, int order, float scale) {
+    auto x = need<float>(a, "frames", 2);
+    const int h = dimOf(x, 0), w = dimOf(x, 1);
+    if (order != 1 && order != 2) throw py::value_error("order: 1 or 2");
+    const int hist = order == 2 ? 6 : 4;
+    if (h < hist) throw py::value_error("frames: at least " + std::to_string(hist) + " rows");
+    py::array_t<float> out({h, w * (1 + order)});
+    const int mode = zelBeginStream | zelEndStream;
+    check(order == 2 ? zelsDeltaDelta_Win2_32f_D2(x.data(), w, out.mutable_data(), w * 3, h, scale, scale, mode)
+                     : zelsDelta_Win2_32f_D2(x.data(), w, out.mutable_data(), w * 2, h, scale, mode),
+          "zelsDelta_Win2_32f_D2");
+    return out;
+}
+
+py::tuple lpc(const py::array& frame, int order) {
+    auto x = need<float>(frame, "frame", 1);
+    if (order < 1 || order >= x.size()) throw py::value_error("order: 1 to len(frame) - 1");
+    py::array_t<float> out(order);
+    check(zelsLinearPrediction_Auto_32f(x.data(), int(x.size()), out.mutable_data(), order),
+          "zelsLinearPrediction_Auto_32f");
+    return py::make_tuple(out);
+}
+
+py::tuple svd(const py::array& a, int nIter) {
+    auto x = need<double>(a, "matrix", 2);
+    const int h = dimOf(x, 0), w = dimOf(x, 1);
+    py::array_t<double> u({h, w}), s(w), v({w, w});
+    check(zelsSVDSort_64f_D2(x.data(), u.mutable_data(), h, s.mutable_data(), v.mutable_data(), w, w, nIter),
+          "zelsSVDSort_64f_D2");
+    return py::make_tuple(u, s, v);
+}
+
+float dtw(const py::array& a, const py::array& b, int delta, float beam) {
+    auto x = need<float>(a, "a", 2), y = need<float>(b, "b", 2);
+    if (dimOf(x, 1) != dimOf(y, 1)) throw py::value_error("a and b: widths differ");
+    const int w = dimOf(x, 1);
+    float d = 0;
+    check(zelsDTW_L2_32f_D2(x.data(), dimOf(x, 0), y.data(), dimOf(y, 0), w, w, &d, delta, beam), "zelsDTW_L2_32f_D2");
+    return d;
+}
+
+}  // namespace
+
+PYBIND11_MODULE(_zelsr, m) {
+    m.doc() = "Compiled bindings of the zelsr C library.";
+    m.def("status_name", &statusName, py::arg("status"), "Name of a ZelStatus code.");
+    py::class_<ZelFeatureConfig>(m, "FeatureConfig", "The C configuration record of the feature extractor.")
+        .def(py::init([] {
+            ZelFeatureConfig c;
+            zelsrFeatureDefaultConfig(&c);
+            return c;
+        }))
+#define F(py_name, field) .def_readwrite(py_name, &ZelFeatureConfig::field)
+        F("sample_rate", sampleRate) F("frame_length_ms", frameLengthMs) F("frame_shift_ms", frameShiftMs)
+        F("preemphasis", preemphasis) F("window", window) F("fft_size", fftSize) F("power_spectrum", powerSpectrum)
+        F("num_filters", numFilters) F("low_freq", lowFreq) F("high_freq", highFreq) F("log_floor", logFloor)
+        F("output", output) F("num_ceps", numCeps) F("lifter", lifter) F("energy", energy)
+        F("delta_order", deltaOrder) F("cmvn", cmvn) F("norm_variance", normVariance) F("cmvn_window", cmvnWindow);
+#undef F
+    m.def("check_config", &checkConfig, py::arg("config"),
+          "Number of the first field the extractor would refuse, or -1.");
+    py::class_<Extractor>(m, "Extractor", "Streaming feature extractor (zelsrFeature*).")
+        .def(py::init<const ZelFeatureConfig&>(), py::arg("config"))
+        .def_readonly("dim", &Extractor::dim)
+        .def("accept", &Extractor::accept, py::arg("samples"), "Accept int16 or float32 samples.")
+        .def("read", &Extractor::read, "The frames ready so far, as a (frames, dim) float32 array.")
+        .def("flush", [](Extractor& e) { check(zelsrFeatureFlush(e.s), "zelsrFeatureFlush"); })
+        .def("reset", [](Extractor& e) { check(zelsrFeatureReset(e.s), "zelsrFeatureReset"); });
+    m.def("log_add", &logAdd, py::arg("a"), py::arg("b"), "ln(exp(a) + exp(b)) element-wise (zelsLogAdd_32f).");
+    m.def("log_sum", &logSum, py::arg("a"), "ln of the sum of exp(a) (zelsLogSum_32f / _64f).");
+    m.def("log_gauss", &logGauss, py::arg("frames"), py::arg("mean"), py::arg("var"), py::arg("val") = 0.0f,
+          "Diagonal Gaussian log score of each frame (zelsLogGauss_32f_D2): val - sum (x - mean)^2 * var / 2, "
+          "var holding the inverse variances.");
+    py::class_<MelBank>(m, "MelFilterBank", "Mel filter bank (zelsMelFBankInitAlloc_32f, zelsEvalFBank_32f).")
+        .def(py::init<int, float, float, float, int, bool>(), py::arg("fft_size"), py::arg("sample_rate"),
+             py::arg("low_freq"), py::arg("high_freq"), py::arg("num_filters"), py::arg("magnitude_input") = false)
+        .def_readonly("fft_len", &MelBank::fftLen)
+        .def("__call__", &MelBank::eval, py::arg("spectrum"),
+             "Filter energies of one spectrum (fft_len / 2 + 1 bins), or of one time frame of fft_len samples "
+             "with magnitude_input.");
+    py::class_<Lifter>(m, "DCTLifter", "DCT-II and sinusoidal lifter (zelsDCTLifter_32f).")
+        .def(py::init<int, int, int, bool>(), py::arg("len_dct"), py::arg("len_cepstrum"), py::arg("lifter"),
+             py::arg("c0") = true)
+        .def("__call__", &Lifter::apply, py::arg("log_energies"), "Cepstra of each row (c1..cN, then c0).");
+    m.def("deltas", &deltas, py::arg("frames"), py::arg("order") = 2, py::arg("scale") = 0.1f,
+          "Statics with radius-two deltas (and delta-deltas) appended (zelsDelta(Delta)_Win2_32f_D2).");
+    m.def("lpc", [](const py::array& f, int order) { return lpc(f, order)[0]; }, py::arg("frame"), py::arg("order"),
+          "Linear prediction coefficients by autocorrelation (zelsLinearPrediction_Auto_32f).");
+    m.def("svd", &svd, py::arg("matrix"), py::arg("n_iter") = 50,
+          "U, singular values (descending) and V of a float64 matrix (zelsSVDSort_64f_D2).");
+    m.def("dtw", &dtw, py::arg("a"), py::arg("b"), py::arg("delta") = 0, py::arg("beam") = 1e30f,
+          "Dynamic time warping distance between two (frames, width) float32 sequences (zelsDTW_L2_32f_D2).");
+}
