@@ -207,13 +207,13 @@ py::array_t<float> deltas(const py::array& a, int order, float scale) {
     return out;
 }
 
-py::tuple lpc(const py::array& frame, int order) {
+py::array_t<float> lpc(const py::array& frame, int order) {
     auto x = need<float>(frame, "frame", 1);
     if (order < 1 || order >= x.size()) throw py::value_error("order: 1 to len(frame) - 1");
     py::array_t<float> out(order);
     check(zelsLinearPrediction_Auto_32f(x.data(), int(x.size()), out.mutable_data(), order),
           "zelsLinearPrediction_Auto_32f");
-    return py::make_tuple(out);
+    return out;
 }
 
 py::tuple svd(const py::array& a, int nIter) {
@@ -232,6 +232,24 @@ float dtw(const py::array& a, const py::array& b, int delta, float beam) {
     float d = 0;
     check(zelsDTW_L2_32f_D2(x.data(), dimOf(x, 0), y.data(), dimOf(y, 0), w, w, &d, delta, beam), "zelsDTW_L2_32f_D2");
     return d;
+}
+
+float gconst(const py::array& a, bool directVar) {
+    auto v = need<float>(a, "var", 1);
+    float det = 0;
+    check(directVar ? zelsUpdateGConst_DirectVar_32f(v.data(), int(v.size()), &det)
+                    : zelsUpdateGConst_32f(v.data(), int(v.size()), &det),
+          directVar ? "zelsUpdateGConst_DirectVar_32f" : "zelsUpdateGConst_32f");
+    return det;
+}
+
+py::array_t<float> updateMean(const py::array& mean, const py::array& acc, float occ) {
+    auto m = need<float>(mean, "mean", 1), a = need<float>(acc, "mean_acc", 1);
+    if (m.size() != a.size()) throw py::value_error("mean and mean_acc: lengths differ");
+    py::array_t<float> out(a.size());
+    std::copy(m.data(), m.data() + m.size(), out.mutable_data());
+    check(zelsUpdateMean_32f(a.data(), out.mutable_data(), int(a.size()), occ), "zelsUpdateMean_32f");
+    return out;
 }
 
 }  // namespace
@@ -279,8 +297,13 @@ PYBIND11_MODULE(_zelsr, m) {
         .def("__call__", &Lifter::apply, py::arg("log_energies"), "Cepstra of each row (c1..cN, then c0).");
     m.def("deltas", &deltas, py::arg("frames"), py::arg("order") = 2, py::arg("scale") = 0.1f,
           "Statics with radius-two deltas (and delta-deltas) appended (zelsDelta(Delta)_Win2_32f_D2).");
-    m.def("lpc", [](const py::array& f, int order) { return lpc(f, order)[0]; }, py::arg("frame"), py::arg("order"),
+    m.def("lpc", &lpc, py::arg("frame"), py::arg("order"),
           "Linear prediction coefficients by autocorrelation (zelsLinearPrediction_Auto_32f).");
+    m.def("gconst", &gconst, py::arg("var"), py::arg("direct_var") = false,
+          "Normalising term of a diagonal Gaussian, len * ln(2 pi) -+ sum ln var (zelsUpdateGConst_32f); "
+          "var holds inverse variances unless direct_var.");
+    m.def("update_mean", &updateMean, py::arg("mean"), py::arg("mean_acc"), py::arg("occ"),
+          "mean + mean_acc / occ, as a new array (zelsUpdateMean_32f); occ 0 warns and returns mean.");
     m.def("svd", &svd, py::arg("matrix"), py::arg("n_iter") = 50,
           "U, singular values (descending) and V of a float64 matrix (zelsSVDSort_64f_D2).");
     m.def("dtw", &dtw, py::arg("a"), py::arg("b"), py::arg("delta") = 0, py::arg("beam") = 1e30f,

@@ -16,12 +16,12 @@ from typing import Optional, Union
 import numpy as np
 
 from ._status import Error, StatusWarning
-from ._zelsr import (DCTLifter, MelFilterBank, deltas, dtw, log_add, log_gauss, log_sum, lpc, status_name,
-                     svd)
+from ._zelsr import (DCTLifter, MelFilterBank, deltas, dtw, gconst, log_add, log_gauss, log_sum, lpc,
+                     status_name, svd, update_mean)
 from . import _zelsr
 
 __all__ = ["Error", "StatusWarning", "FeatureExtractor", "mfcc", "fbank", "MelFilterBank", "DCTLifter",
-           "deltas", "log_add", "log_sum", "log_gauss", "lpc", "svd", "dtw", "status_name"]
+           "deltas", "log_add", "log_sum", "log_gauss", "lpc", "svd", "dtw", "gconst", "update_mean", "status_name"]
 
 # Field order of the C configuration record; zelsrFeatureCheckConfig reports
 # the refused field by this number.
@@ -82,7 +82,7 @@ class FeatureExtractor:
 
     def accept(self, samples: Audio) -> np.ndarray:
         """Accept a 1-D int16 or float32 block and return the frames now ready."""
-        self._x.accept(samples)
+        self._x.accept(_audio(samples))
         return self._x.read()
 
     def flush(self) -> np.ndarray:
@@ -95,9 +95,15 @@ class FeatureExtractor:
         self._x.reset()
 
 
+def _audio(samples) -> np.ndarray:
+    if not isinstance(samples, np.ndarray):
+        raise TypeError(f"samples: expected a numpy array of dtype int16 or float32, got {type(samples).__name__}")
+    return samples
+
+
 def _run(kind: str, signal: Audio, options: dict) -> np.ndarray:
     x = _zelsr.Extractor(_config(kind, **options))
-    x.accept(signal)
+    x.accept(_audio(signal))
     x.flush()
     return x.read()
 
