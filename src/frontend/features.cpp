@@ -231,18 +231,19 @@ void computeStatic(ZelFeatureState* s, const Zel32f* x, Zel32f* dst) {
         ef = ef > floorV ? ef : floorV;
         ownLn_32f(&ef, &logE, 1);
     }
-    Zel32f* f = s->frame;
+    Zel32f* __restrict f = s->frame;
+    const Zel32f* __restrict w = s->window;
+    const Zel32f* __restrict in = x;
     const float a = c.preemphasis;
-    for (int j = n - 1; j > 0; --j) f[j] = (x[j] - a * x[j - 1]) * s->window[j];
-    f[0] = (x[0] - a * x[0]) * s->window[0];
+    f[0] = (in[0] - a * in[0]) * w[0];
+    for (int j = 1; j < n; ++j) f[j] = (in[j] - a * in[j - 1]) * w[j];
     ownZero_32f(f + n, g.fftLen - n);
     ownFFTFwd_RUnfolded_32f(f, s->spectrum, s->fft, s->fftWork);
     const int bins = g.fftLen / 2 + 1;
     if (c.powerSpectrum) {
-        for (int k = 0; k < bins; ++k) {
-            const float re = s->spectrum[2 * k], im = s->spectrum[2 * k + 1];
-            s->power[k] = re * re + im * im;
-        }
+        const Zel32f* __restrict sp = s->spectrum;
+        Zel32f* __restrict pw = s->power;
+        for (int k = 0; k < bins; ++k) pw[k] = sp[2 * k] * sp[2 * k] + sp[2 * k + 1] * sp[2 * k + 1];
     } else {
         ownMagnitude_32fc(s->spectrum, s->power, bins);
     }
