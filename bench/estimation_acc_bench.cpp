@@ -15,6 +15,7 @@
 #include <random>
 
 #include "baseline.hpp"
+#include "frame/dispatch.hpp"
 #include "zelcore.h"
 #include "zelsr.h"
 
@@ -113,10 +114,15 @@ void BM_Plain_AccCovariance_32f64f(benchmark::State& st) {
     const double calls = run(st, [&] { plainCovariance(d.x, d.mean, d.cov); });
     zb::baselineRatio(st, "estimation/cov", true, calls);
 }
+// Argument 0: the baseline (SSE4.1) kernels only; 1: AVX2 where the
+// processor has it.
 void BM_zelsAccCovarianceMatrix_32f64f_D2(benchmark::State& st) {
     Data& d = data();
+    const zel::Isa previous = zel::setMaxIsaForTesting(st.range(0) ? zel::Isa::kAvx2 : zel::Isa::kBaseline);
+    st.SetLabel(zel::runsAvx2() ? "AVX2" : "baseline");
     const double calls =
         run(st, [&] { zelsAccCovarianceMatrix_32f64f_D2(d.x, kDim, kFrames, d.mean, d.cov, kDim, kDim, 1.0); });
+    zel::setMaxIsaForTesting(previous);
     zb::baselineRatio(st, "estimation/cov", false, calls);
 }
 
@@ -125,6 +131,7 @@ BENCHMARK(BM_Estimation_CopyFrames)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Plain_MeanVarAcc_32f)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_zelsMeanVarAcc_32f)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Plain_AccCovariance_32f64f)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_zelsAccCovarianceMatrix_32f64f_D2)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_zelsAccCovarianceMatrix_32f64f_D2)->Arg(0)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_zelsAccCovarianceMatrix_32f64f_D2)->Arg(1)->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "frame/dispatch.hpp"
 #include "zelsr.h"
 
 namespace {
@@ -88,6 +89,19 @@ Factory zelsrGeneral(float window, int nStep, float alpha) {
             int n = 0;
             zelsResamplePolyphase_32f(spec.get(), src.data(), int(in.size()), out.data(), factor, 1.0f, &t, &n);
             out.resize(n);
+        };
+    };
+}
+
+// The same converter with the exported functions held to the baseline
+// instruction set (SSE4.1), to show what the AVX2 kernel adds.
+Factory onBaseline(Factory f) {
+    return [=](int inRate, int outRate) -> Converter {
+        const Converter c = f(inRate, outRate);
+        return [=](const std::vector<float>& in, std::vector<float>& out) {
+            const zel::Isa previous = zel::setMaxIsaForTesting(zel::Isa::kBaseline);
+            c(in, out);
+            zel::setMaxIsaForTesting(previous);
         };
     };
 }
@@ -167,6 +181,7 @@ const int registered = [] {
         const int taps64 = int(64 * stretch + 7) & ~7, taps96 = int(96 * stretch + 7) & ~7;
         const std::vector<Setting> settings = {
             {"zelsr_fixed_len64q_alpha8", zelsrFixed(taps64, 8.0f, zelAlgHintFast)},
+            {"zelsr_fixed_len64q_alpha8_baseline_isa", onBaseline(zelsrFixed(taps64, 8.0f, zelAlgHintFast))},
             {"speexdsp_q4", speex(4)},
             {"zelsr_fixed_len96q_alpha10", zelsrFixed(taps96, 10.0f, zelAlgHintFast)},
             {"speexdsp_q6", speex(6)},

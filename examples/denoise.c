@@ -119,7 +119,7 @@ int main(int argc, char** argv) {
     int16_t* out16;
     int n, hop, bins, frames, t, k, i, stateSize = 0, status = 1;
     double *re, *im, *window;
-    float *power, *noise, *prevClean, *xi, *gamma, *gain, *wiener, *spec[3];
+    float *power, *noise, *prevClean, *xi, *gamma, *gain, *wiener, *picture[3];
     ZelMCRAState* state;
 
     for (a = 1; a < argc; ++a) {
@@ -166,11 +166,11 @@ int main(int argc, char** argv) {
     power = malloc(sizeof(float) * bins), noise = malloc(sizeof(float) * bins);
     prevClean = calloc(bins, sizeof(float)), xi = malloc(sizeof(float) * bins);
     gamma = malloc(sizeof(float) * bins), gain = malloc(sizeof(float) * bins), wiener = malloc(sizeof(float) * bins);
-    for (i = 0; i < 3; ++i) spec[i] = malloc(sizeof(float) * (size_t)frames * bins);
+    for (i = 0; i < 3; ++i) picture[i] = malloc(sizeof(float) * (size_t)frames * bins);
     if (failed(zelsGetSizeMCRA_32f(n, &stateSize), "zelsGetSizeMCRA_32f")) return 1;
     state = malloc((size_t)stateSize);
     if (!noisy || !denoised || !out16 || !re || !im || !window || !power || !noise || !prevClean || !xi || !gamma ||
-        !gain || !wiener || !spec[0] || !spec[1] || !spec[2] || !state) {
+        !gain || !wiener || !picture[0] || !picture[1] || !picture[2] || !state) {
         fprintf(stderr, "out of memory\n");
         return 1;
     }
@@ -237,8 +237,8 @@ int main(int argc, char** argv) {
             re[k] *= g, im[k] *= g;
             if (k > 0 && k < n / 2) re[n - k] = re[k], im[n - k] = -im[k];
         }
-        toDb(power, spec[1] + (size_t)t * bins, bins);
-        toDb(prevClean, spec[2] + (size_t)t * bins, bins);
+        toDb(power, picture[1] + (size_t)t * bins, bins);
+        toDb(prevClean, picture[2] + (size_t)t * bins, bins);
 
         fft(re, im, n, +1);
         for (i = 0; i < n; ++i) denoised[(size_t)t * hop + i] += (float)(re[i] / n * window[i]);
@@ -253,7 +253,7 @@ int main(int argc, char** argv) {
             for (i = 0; i < n; ++i) re[i] = padded[(size_t)t * hop + i] * window[i], im[i] = 0.0;
             fft(re, im, n, -1);
             for (k = 0; k < bins; ++k) power[k] = (float)(re[k] * re[k] + im[k] * im[k]);
-            toDb(power, spec[0] + (size_t)t * bins, bins);
+            toDb(power, picture[0] + (size_t)t * bins, bins);
         }
         free(padded);
     }
@@ -267,9 +267,9 @@ int main(int argc, char** argv) {
 
     {
         ExamplePanel panels[3] = {
-            {noisyInput ? "input (dB)" : "clean (dB)", spec[0], bins, "Hz", 0.0f, rate / 2.0f},
-            {"noisy (dB)", spec[1], bins, "Hz", 0.0f, rate / 2.0f},
-            {useEmns ? "denoised, Ephraim-Malah gain (dB)" : "denoised, Wiener gain (dB)", spec[2], bins, "Hz", 0.0f,
+            {noisyInput ? "input (dB)" : "clean (dB)", picture[0], bins, "Hz", 0.0f, rate / 2.0f},
+            {"noisy (dB)", picture[1], bins, "Hz", 0.0f, rate / 2.0f},
+            {useEmns ? "denoised, Ephraim-Malah gain (dB)" : "denoised, Wiener gain (dB)", picture[2], bins, "Hz", 0.0f,
              rate / 2.0f},
         };
         if (examplePlotPanels(pngPath, panels, 3, frames, (double)hop / rate) == 0)
@@ -290,6 +290,6 @@ int main(int argc, char** argv) {
 done:
     free(clean), free(noisy), free(denoised), free(out16), free(re), free(im), free(window), free(power);
     free(noise), free(prevClean), free(xi), free(gamma), free(gain), free(wiener), free(state);
-    for (i = 0; i < 3; ++i) free(spec[i]);
+    for (i = 0; i < 3; ++i) free(picture[i]);
     return status;
 }

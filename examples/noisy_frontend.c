@@ -22,7 +22,7 @@
 #include <time.h>
 
 #include "audio_io.h"
-#include "demo_io.h"
+#include "plot.h"
 #include "zelsr.h"
 
 #ifndef ZELSR_DEMO_WAV
@@ -180,24 +180,6 @@ static int makeTables(Tables* tb) {
 /* ---- The picture ---- */
 
 /* A dark-blue to yellow ramp for v in 0..1. */
-static void ramp(double v, uint8_t* rgb) {
-    static const double stops[5][3] = {{20, 12, 60}, {60, 40, 140}, {30, 140, 140}, {120, 200, 70}, {250, 230, 40}};
-    double x = (v < 0 ? 0 : v > 1 ? 1 : v) * 4;
-    int i = x >= 4 ? 3 : (int)x, k;
-    for (k = 0; k < 3; ++k) rgb[k] = (uint8_t)(stops[i][k] + (x - i) * (stops[i + 1][k] - stops[i][k]));
-}
-
-/* Log powers of 65 bins per frame, lowest bin at the bottom, 2 pixels a bin,
-   over a range of 70 dB below the loudest value of both spectrograms. */
-static void paintSpectrogram(uint8_t* img, int width, int top, const float* dB, int frames, float peak) {
-    int t, r, y;
-    for (t = 0; t < frames; ++t)
-        for (r = 0; r < kBins; ++r)
-            for (y = 0; y < 2; ++y)
-                ramp((dB[(size_t)t * kBins + r] - (peak - 70.0f)) / 70.0f,
-                     img + 3 * ((size_t)(top + (kBins - 1 - r) * 2 + y) * width + t));
-}
-
 /* ---- Segmental SNR of frames with speech, the clean signal scaled to the
         output by least squares so that level does not count as noise ---- */
 
@@ -237,7 +219,6 @@ int main(int argc, char** argv) {
     float *raw = NULL, *clean = NULL, *noisy = NULL, *denoised = NULL, *noisyDb = NULL, *cleanDb = NULL;
     float *estSnr = NULL, *cepstra = NULL;
     int *decision = NULL, *active = NULL;
-    uint8_t* img = NULL;
     Tables tb = {0};
     Stage stage[2];
     ZelFBankState_32f* mel = NULL;
@@ -385,22 +366,21 @@ int main(int argc, char** argv) {
            seconds / (frames / 100.0));
 
     {
-        const int height = 2 * (2 * kBins) + 4 + 12;
-        img = calloc((size_t)frames * height * 3, 1);
-        if (!img) goto done;
-        paintSpectrogram(img, frames, 0, noisyDb, frames, (float)peak);
-        paintSpectrogram(img, frames, 2 * kBins + 2, cleanDb, frames, (float)peak);
+        /* The decisions as a one-row panel: 1 speech, 0 non-speech, 0.5 undecided. */
+        float* marks = malloc(sizeof(float) * (size_t)frames);
+        ExamplePanel panels[3] = {{"noisy log power spectrum (dB)", NULL, kBins, "Hz", 0, 4000},
+                                  {"denoised log power spectrum (dB)", NULL, kBins, "Hz", 0, 4000},
+                                  {"voice activity: speech 1, non-speech 0, undecided 0.5", NULL, 1, "", 0, 1}};
+        if (!marks) goto done;
         for (f = 0; f < frames; ++f)
-            for (i = 0; i < 12; ++i) {
-                uint8_t* px = img + 3 * ((size_t)(4 * kBins + 4 + i) * frames + f);
-                const uint8_t v = decision[f] == zelVADSpeech ? 230 : decision[f] == zelVADNonSpeech ? 30 : 120;
-                px[0] = v, px[1] = decision[f] == zelVADSpeech ? 200 : v, px[2] = decision[f] == zelVADSpeech ? 40 : v;
-            }
-        if (demoWritePng(pngPath, img, frames, height) != 0) {
-            fprintf(stderr, "could not write %s\n", pngPath);
-            goto done;
-        }
-        printf("picture: %s (noisy spectrogram, denoised spectrogram, speech decisions in yellow)\n", pngPath);
+            marks[f] = decision[f] == zelVADSpeech ? 1.0f : decision[f] == zelVADNonSpeech ? 0.0f : 0.5f;
+        panels[0].data = noisyDb;
+        panels[1].data = cleanDb;
+        panels[2].data = marks;
+        i = examplePlotPanels(pngPath, panels, 3, frames, kShift / 8000.0);
+        free(marks);
+        if (i != 0) goto done;
+        printf("picture: %s (noisy spectrogram, denoised spectrogram, speech decisions)\n", pngPath);
     }
     status = 0;
 
@@ -415,7 +395,6 @@ done:
     free(cepstra);
     free(decision);
     free(active);
-    free(img);
     free(vad);
     if (tb.low) zelsFBankFree_32f(tb.low);
     if (mel) zelsFBankFree_32f(mel);

@@ -10,7 +10,8 @@
 extern "C" {
 #endif
 
-/* ---- Dynamic time warping -------------------------------------------------
+/** @{ */
+/** Dynamic time warping.
  * The cost of the best alignment of two sequences of feature vectors of
  * `width` elements: sequence 1 has `height1` vectors, sequence 2 `height2`.
  * The longer sequence gives the rows of the dynamic program (sequence 1 when
@@ -38,7 +39,9 @@ extern "C" {
  * compute in single precision on their converted input (`beam` converted to a
  * single) and store the cost * 2^-scaleFactor rounded to nearest (ties to
  * even), saturated to 32 bits, so "no path" becomes 2147483647. `Low` names
- * the 16-bit input only. */
+ * the 16-bit input only.
+ * Outputs: pDist.
+ */
 ZELSR_API ZelStatus zelsDTW_L2_32f_D2L(const Zel32f** mSrc1, int height1, const Zel32f** mSrc2, int height2,
                                        int width, Zel32f* pDist, int delta, Zel32f beam);
 ZELSR_API ZelStatus zelsDTW_L2_32f_D2(const Zel32f* pSrc1, int height1, const Zel32f* pSrc2, int height2,
@@ -54,6 +57,7 @@ ZELSR_API ZelStatus zelsDTW_L2Low_16s32s_D2LSfs(const Zel16s** mSrc1, int height
 ZELSR_API ZelStatus zelsDTW_L2Low_16s32s_D2Sfs(const Zel16s* pSrc1, int height1, const Zel16s* pSrc2,
                                                int height2, int width, int step, Zel32s* pDist, int delta,
                                                int beam, int scaleFactor);
+/** @} */
 
 #ifdef __cplusplus
 }

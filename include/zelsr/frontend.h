@@ -279,6 +279,194 @@ ZELSR_API ZelStatus zelsLinearToMel_32f(const Zel32f* pSrc, Zel32f* pDst, int le
 ZELSR_API ZelStatus zelsMelToLinear_32f(const Zel32f* pSrc, Zel32f* pDst, int len, Zel32f melMul, Zel32f melDiv);
 /** @} */
 
+/* ======================================================================== */
+/* Signal conditioning                                                       */
+/* ======================================================================== */
+/* Unless a member says otherwise the checks are: null pointers
+ * (zelStsNullPtrErr), then a length below 1 (zelStsSizeErr), then the
+ * member's own tests; nothing is written on an error. */
+
+/** @{ */
+/** Offset compensation, the first-order recursion y[n] = x[n] - x[n-1] + val * y[n-1].
+ * The previous input crosses calls in *pSrcDst0 (read, then set to the last
+ * input x[len-1]) and the previous output in dst0, which the caller keeps as
+ * y[len-1] of the last call. Float: y[0] = (val * dst0 + x[0]) - *pSrcDst0.
+ * 16-bit: y[0] is formed in single precision, limited to 16 bits and
+ * truncated; later samples run in integers with val in Q12 and saturate.
+ * Q15: val is valQ15 / 32768 and a negative result rounds toward zero when the
+ * product y[n-1] * valQ15 has a fraction; each output saturates before it feeds
+ * the next. Q15 checks add len above 65535 (zelStsSizeErr) and a negative
+ * valQ15 (zelStsBadArgErr). The _I members work in place.
+ * Outputs: pDst; pSrcDst, pSrcDst0 (in place: read and written). */
+ZELSR_API ZelStatus zelsCompensateOffset_32f(const Zel32f* pSrc, Zel32f* pDst, int len, Zel32f* pSrcDst0,
+                                             Zel32f dst0, Zel32f val);
+ZELSR_API ZelStatus zelsCompensateOffset_16s(const Zel16s* pSrc, Zel16s* pDst, int len, Zel16s* pSrcDst0,
+                                             Zel16s dst0, Zel32f val);
+ZELSR_API ZelStatus zelsCompensateOffset_32f_I(Zel32f* pSrcDst, int len, Zel32f* pSrcDst0, Zel32f dst0, Zel32f val);
+ZELSR_API ZelStatus zelsCompensateOffset_16s_I(Zel16s* pSrcDst, int len, Zel16s* pSrcDst0, Zel16s dst0, Zel32f val);
+ZELSR_API ZelStatus zelsCompensateOffsetQ15_16s(const Zel16s* pSrc, Zel16s* pDst, int len, Zel16s* pSrcDst0,
+                                                Zel16s dst0, Zel16s valQ15);
+ZELSR_API ZelStatus zelsCompensateOffsetQ15_16s_I(Zel16s* pSrcDst, int len, Zel16s* pSrcDst0, Zel16s dst0,
+                                                  Zel16s valQ15);
+/** @} */
+
+/** Mean removal in place: m = trunc(2 * sum / len), twice the mean, and each
+ * element becomes (2 x - m) >> 1, limited to 16 bits. Up to 64 elements an odd
+ * 2 x - m rounds away from zero first (and a negative even one comes out one
+ * lower); from 65 elements on the shift is plain, so the same data can differ
+ * by one between a short and a long vector. Checks: len below 1
+ * (zelStsSizeErr) before the null pointer.
+ * Outputs: pSrcDst (in place: read and written). */
+ZELSR_API ZelStatus zelsZeroMean_16s(Zel16s* pSrcDst, int len);
+
+/** @{ */
+/** Energy normalisation of a column of log energies (element i at
+ * pSrcDst[i * step]) in place: each x becomes
+ * 1 - (maxE - max(x, maxE - silenceFloor * 0.230259)) * energyScale, with
+ * silenceFloor in decibels and maxE the column's largest element (the _RT
+ * members take maxE from the caller, so a frame at a time can be normalised).
+ * The 16-bit members read the log energies, maxE and silenceFloor in the
+ * caller's units, energyScale in Q15, and write the result in Q15, rounded to
+ * nearest and saturated (1 gives 32767). Checks add step below 1
+ * (zelStsSizeErr).
+ * Outputs: pSrcDst (in place: read and written). */
+ZELSR_API ZelStatus zelsNormEnergy_32f(Zel32f* pSrcDst, int step, int len, Zel32f silenceFloor, Zel32f energyScale);
+ZELSR_API ZelStatus zelsNormEnergy_16s(Zel16s* pSrcDst, int step, int len, Zel16s silenceFloor, Zel16s energyScale);
+ZELSR_API ZelStatus zelsNormEnergy_RT_32f(Zel32f* pSrcDst, int step, int len, Zel32f silenceFloor, Zel32f maxE,
+                                          Zel32f energyScale);
+ZELSR_API ZelStatus zelsNormEnergy_RT_16s(Zel16s* pSrcDst, int step, int len, Zel16s silenceFloor, Zel16s maxE,
+                                          Zel16s energyScale);
+/** @} */
+
+/** @{ */
+/** Sign changes of a vector, as a count in *pRes (the rate is left to the
+ * caller). zelsSignChangeRate: n in 1..len-1 with x[n] * x[n-1] negative, the
+ * product in the element's type (zero never counts, nor a product that
+ * underflows to zero). _Count0: the sum of |sgn(x[n]) - sgn(x[n-1])|, halved
+ * by a right shift at the end, so a step through zero counts half on each
+ * side. Xor: sign bits that differ, so -0 and +0 differ.
+ * Outputs: pRes. */
+ZELSR_API ZelStatus zelsSignChangeRate_16s(const Zel16s* pSrc, int len, Zel32s* pRes);
+ZELSR_API ZelStatus zelsSignChangeRate_32f(const Zel32f* pSrc, int len, Zel32f* pRes);
+ZELSR_API ZelStatus zelsSignChangeRate_Count0_16s(const Zel16s* pSrc, int len, Zel32s* pRes);
+ZELSR_API ZelStatus zelsSignChangeRate_Count0_32f(const Zel32f* pSrc, int len, Zel32f* pRes);
+ZELSR_API ZelStatus zelsSignChangeRateXor_32f(const Zel32f* pSrc, int len, Zel32f* pRes);
+/** @} */
+
+/** @{ */
+/** Copies lenSrc elements and clears the remaining lenDst - lenSrc. Checks
+ * add lenDst below lenSrc (zelStsSizeErr).
+ * Outputs: pDst. */
+ZELSR_API ZelStatus zelsCopyWithPadding_16s(const Zel16s* pSrc, int lenSrc, Zel16s* pDst, int lenDst);
+ZELSR_API ZelStatus zelsCopyWithPadding_32f(const Zel32f* pSrc, int lenSrc, Zel32f* pDst, int lenDst);
+/** @} */
+
+/** @{ */
+/** The unit curve, a smooth step from 0 to 2: 0 below 0, x^2 below 1,
+ * 2 - (2 - x)^2 from 1 to 2, and 2 above 2 (and for NaN). The 16-bit members
+ * read x with q fractional bits: with one = 1 << q and two = 1 << (q + 1), x at
+ * or above two gives two << q, x not above 0 gives 0, x below one gives x^2,
+ * otherwise (two << q) - (two - x)^2; the value is shifted right by
+ * scaleFactor + 2 q (left if negative) and limited above by 32767. A q below 0
+ * or above 14 clears the output.
+ * Outputs: pDst; pSrcDst (in place: read and written). */
+ZELSR_API ZelStatus zelsUnitCurve_32f(const Zel32f* pSrc, Zel32f* pDst, int len);
+ZELSR_API ZelStatus zelsUnitCurve_32f_I(Zel32f* pSrcDst, int len);
+ZELSR_API ZelStatus zelsUnitCurve_16s_Sfs(const Zel16s* pSrc, int q, Zel16s* pDst, int len, int scaleFactor);
+ZELSR_API ZelStatus zelsUnitCurve_16s_ISfs(Zel16s* pSrcDst, int q, int len, int scaleFactor);
+/** @} */
+
+/** @{ */
+/** Inverse square root: x at or above val gives 1 / sqrt(x), a smaller x gives
+ * val. zelsRecSqrt_32f uses the processor's estimate with one Newton step,
+ * (3 - x r r) r / 2, so its last bit may differ between processors. The
+ * fixed-point members read x and val as integers and store the root r as
+ * r * 2^-scaleFactor, rounded to nearest and saturated to 32 or 16 bits.
+ * Checks add val not above 0 (zelStsBadArgErr). Returns zelStsSingularity,
+ * with every output written, when all elements fell below val.
+ * Outputs: pDst; pSrcDst (in place: read and written). */
+ZELSR_API ZelStatus zelsRecSqrt_32f(Zel32f* pSrcDst, int len, Zel32f val);
+ZELSR_API ZelStatus zelsRecSqrt_32s_Sfs(Zel32s* pSrcDst, int len, Zel32s val, int scaleFactor);
+ZELSR_API ZelStatus zelsRecSqrt_32s16s_Sfs(const Zel32s* pSrc, Zel16s* pDst, int len, Zel32s val, int scaleFactor);
+/** @} */
+
+/** @{ */
+/** sin(x) / x (not normalised by pi), 1 at x = 0 exactly; a NaN gives NaN.
+ * Single precision is evaluated in double and rounded once.
+ * Outputs: pDst; pSrcDst (in place: read and written). */
+ZELSR_API ZelStatus zelsSinC_32f(const Zel32f* pSrc, Zel32f* pDst, int len);
+ZELSR_API ZelStatus zelsSinC_64f(const Zel64f* pSrc, Zel64f* pDst, int len);
+ZELSR_API ZelStatus zelsSinC_32f64f(const Zel32f* pSrc, Zel64f* pDst, int len);
+ZELSR_API ZelStatus zelsSinC_32f_I(Zel32f* pSrcDst, int len);
+ZELSR_API ZelStatus zelsSinC_64f_I(Zel64f* pSrcDst, int len);
+/** @} */
+
+/** @{ */
+/** The Gaussian curve exp(-x^2), the square in the element's own precision
+ * (in double for _32f64f). Single precision is within one unit in the last
+ * place of the exponential of its rounded square, the same bits on every
+ * processor.
+ * Outputs: pDst; pSrcDst (in place: read and written). */
+ZELSR_API ZelStatus zelsExpNegSqr_32f(const Zel32f* pSrc, Zel32f* pDst, int len);
+ZELSR_API ZelStatus zelsExpNegSqr_64f(const Zel64f* pSrc, Zel64f* pDst, int len);
+ZELSR_API ZelStatus zelsExpNegSqr_32f64f(const Zel32f* pSrc, Zel64f* pDst, int len);
+ZELSR_API ZelStatus zelsExpNegSqr_32f_I(Zel32f* pSrcDst, int len);
+ZELSR_API ZelStatus zelsExpNegSqr_64f_I(Zel64f* pSrcDst, int len);
+/** @} */
+
+/** @{ */
+/** Range normalisation: with w = max - min, hi = upperRatio * w + min and
+ * lo = w * lowerRatio + min, each x becomes
+ * max(min(x, hi) - lo, 0) * range / (upperRatio * w - w * lowerRatio). The
+ * MinMax members take min and max from the caller; the others find them in the
+ * input first. Integer results round to nearest (ties to even) and saturate
+ * (0..255 for 8u). min equal to max clears the output and returns
+ * zelStsSingularity. Checks add a lowerRatio that is negative or not below
+ * upperRatio, upperRatio above 1, a negative range, a NaN among them, or min
+ * above max (zelStsBadArgErr).
+ * Outputs: pDst; pSrcDst (in place: read and written). */
+ZELSR_API ZelStatus zelsNormalizeInRange_32f(const Zel32f* pSrc, Zel32f* pDst, int len, Zel32f lowerRatio,
+                                             Zel32f upperRatio, Zel32f range);
+ZELSR_API ZelStatus zelsNormalizeInRange_32f_I(Zel32f* pSrcDst, int len, Zel32f lowerRatio, Zel32f upperRatio,
+                                               Zel32f range);
+ZELSR_API ZelStatus zelsNormalizeInRange_32f16s(const Zel32f* pSrc, Zel16s* pDst, int len, Zel32f lowerRatio,
+                                                Zel32f upperRatio, Zel32f range);
+ZELSR_API ZelStatus zelsNormalizeInRange_32f8u(const Zel32f* pSrc, Zel8u* pDst, int len, Zel32f lowerRatio,
+                                               Zel32f upperRatio, Zel32f range);
+ZELSR_API ZelStatus zelsNormalizeInRange_16s(const Zel16s* pSrc, Zel16s* pDst, int len, Zel32f lowerRatio,
+                                             Zel32f upperRatio, Zel32f range);
+ZELSR_API ZelStatus zelsNormalizeInRange_16s_I(Zel16s* pSrcDst, int len, Zel32f lowerRatio, Zel32f upperRatio,
+                                               Zel32f range);
+ZELSR_API ZelStatus zelsNormalizeInRange_16s8u(const Zel16s* pSrc, Zel8u* pDst, int len, Zel32f lowerRatio,
+                                               Zel32f upperRatio, Zel32f range);
+ZELSR_API ZelStatus zelsNormalizeInRangeMinMax_32f(const Zel32f* pSrc, Zel32f* pDst, int len, Zel32f min, Zel32f max,
+                                                   Zel32f lowerRatio, Zel32f upperRatio, Zel32f range);
+ZELSR_API ZelStatus zelsNormalizeInRangeMinMax_32f_I(Zel32f* pSrcDst, int len, Zel32f min, Zel32f max,
+                                                     Zel32f lowerRatio, Zel32f upperRatio, Zel32f range);
+ZELSR_API ZelStatus zelsNormalizeInRangeMinMax_32f16s(const Zel32f* pSrc, Zel16s* pDst, int len, Zel32f min,
+                                                      Zel32f max, Zel32f lowerRatio, Zel32f upperRatio, Zel32f range);
+ZELSR_API ZelStatus zelsNormalizeInRangeMinMax_32f8u(const Zel32f* pSrc, Zel8u* pDst, int len, Zel32f min,
+                                                     Zel32f max, Zel32f lowerRatio, Zel32f upperRatio, Zel32f range);
+ZELSR_API ZelStatus zelsNormalizeInRangeMinMax_16s(const Zel16s* pSrc, Zel16s* pDst, int len, Zel16s min, Zel16s max,
+                                                   Zel32f lowerRatio, Zel32f upperRatio, Zel32f range);
+ZELSR_API ZelStatus zelsNormalizeInRangeMinMax_16s_I(Zel16s* pSrcDst, int len, Zel16s min, Zel16s max,
+                                                     Zel32f lowerRatio, Zel32f upperRatio, Zel32f range);
+ZELSR_API ZelStatus zelsNormalizeInRangeMinMax_16s8u(const Zel16s* pSrc, Zel8u* pDst, int len, Zel16s min,
+                                                     Zel16s max, Zel32f lowerRatio, Zel32f upperRatio, Zel32f range);
+/** @} */
+
+/** @{ */
+/** Entropy in bits with the plain sum's sign: the sum of x ln x over positive
+ * x, divided by 0.6931472 (a probability vector gives a negative value); zero
+ * and NaN elements are skipped. The 16-bit member reads x * 2^-srcShift, scales
+ * the total by 2^-scaleFactor and truncates it, saturated to 32 bits. A
+ * negative element gives zelStsLnNegArg at once: zelsEntropy_32f then stores
+ * the NaN 0xffc00000 in *pRes, zelsEntropy_16s32s_Sfs writes nothing.
+ * Outputs: pRes. */
+ZELSR_API ZelStatus zelsEntropy_32f(const Zel32f* pSrc, int len, Zel32f* pRes);
+ZELSR_API ZelStatus zelsEntropy_16s32s_Sfs(const Zel16s* pSrc, int srcShift, int len, Zel32s* pRes, int scaleFactor);
+/** @} */
+
 #ifdef __cplusplus
 }
 #endif

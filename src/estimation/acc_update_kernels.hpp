@@ -74,7 +74,14 @@ inline void byEight(int len, Vec vec, One one) {
         for (int k = 0; k < 4; k += w) vec(i + k);
         i += 4;
     }
-    for (; i < len; ++i) one(i);
+    // At most three elements remain: no loop, so the compiler adds no
+    // vector version of it, with the alias tests that would need.
+    switch (len - i) {
+        case 3: one(i + 2); [[fallthrough]];
+        case 2: one(i + 1); [[fallthrough]];
+        case 1: one(i); break;
+        default: break;
+    }
 }
 
 // d = x - mean, t = d * val: meanAcc += t, varAcc += d * t.

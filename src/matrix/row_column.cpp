@@ -7,6 +7,7 @@
 // family's order and makes one kernel call; a D2 and a D2L member differ
 // only in the row accessor they hand the kernel. A D2L table's own pointer
 // is tested for null, its row pointers are not.
+#include <stdint.h>
 #include <string.h>
 
 #include "frame/checks.hpp"
@@ -243,7 +244,9 @@ template <class T>
 ZelStatus nthMaxElement(const T* pSrc, int len, int N, T* pRes) {
     if (ZelStatus s = firstError(requireNonNull(pSrc, pRes), requirePositive(len), require(N >= 0 && N < len, zelStsBadArgErr)))
         return s;
-    T* a = static_cast<T*>(zelMalloc(size_t(len) * sizeof(T)));
+    // The copy's size in 64 bits: on a 32-bit build it may exceed the address space.
+    const uint64_t bytes = uint64_t(len) * sizeof(T);
+    T* a = bytes <= SIZE_MAX ? static_cast<T*>(zelMalloc(size_t(bytes))) : nullptr;
     if (!a) return zelStsMemAllocErr;
     memcpy(a, pSrc, size_t(len) * sizeof(T));
     *pRes = nthMax(a, len, N);

@@ -205,7 +205,7 @@ inline double foldLanes(simd::F64x2 a, simd::F64x2 b) {
 // The sums of R rows (times the vector v if kMul) over width elements, into
 // out[0..R). The rows share each load of v.
 template <int R, bool kMul, class A, class S>
-void rowSums(const S* const* x, const S* v, int width, A* out) {
+inline __attribute__((always_inline)) void rowSums(const S* const* x, const S* v, int width, A* out) {
     using L = Lanes<A, S>;
     using V = typename L::V;
     constexpr int n = L::n;
@@ -246,6 +246,20 @@ void rowSums(const S* const* x, const S* v, int width, A* out) {
                     t3 = simd::add(a[3], b[3]);
         simd::transpose4(t0, t1, t2, t3);
         simd::F32x4 res = simd::add(simd::add(t0, t1), simd::add(t2, t3));
+        if (j < width && width >= n) {
+            // The last elements from a whole vector that ends at the width,
+            // turned so that each of them serves the four rows at once.
+            const int e = width - n;
+            simd::F32x4 y[4];
+            for (int r = 0; r < 4; ++r) y[r] = L::load(x[r] + e);
+            if constexpr (kMul) {
+                const simd::F32x4 ve = L::load(v + e);
+                for (int r = 0; r < 4; ++r) y[r] = simd::mul(y[r], ve);
+            }
+            simd::transpose4(y[0], y[1], y[2], y[3]);
+            for (int k = j - e; k < n; ++k) res = simd::add(res, y[k]);
+            j = width;
+        }
         for (int k = j; k < width; ++k) {
             simd::F32x4 e = simd::set4f(float(x[0][k]), float(x[1][k]), float(x[2][k]), float(x[3][k]));
             if constexpr (kMul) e = simd::mul(e, simd::set1(float(v[k])));

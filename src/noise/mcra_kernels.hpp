@@ -23,8 +23,8 @@ enum : uint32_t { kTagFloat = 0x4d435246u, kTagFixed = 0x4d435253u };
 constexpr int kMinFftLen = 8, kMaxFftLen = 8192;
 constexpr int kMinSampFreq = 8000, kMaxSampFreq = 48000;
 
-// `Frac` is float in the float state and Q31 in the fixed one; the spectra
-// and the probability share that element type, so one record serves both.
+// T is float in the float state and a Q31 (spectra: plain) integer in the
+// fixed one; both are four bytes, so one layout serves both.
 // The tag stands first, so that a block of another kind, or a short one, is
 // told apart by its first word alone.
 template <class T>
@@ -95,10 +95,9 @@ template <class T>
 Record<T>* ready(void* pState, uint32_t tag) {
     Record<T>* r = static_cast<Record<T>*>(pState);
     if (r->tag != tag || r->fftLen < kMinFftLen || r->fftLen > kMaxFftLen) return nullptr;
-    for (int i = 0; i < 4; ++i) {
-        T* const* field = &r->pProb + i;
-        if (*field != arrayAt(r, i)) return nullptr;
-    }
+    const T* const arrays[4] = {r->pProb, r->pSmooth, r->pMin, r->pTmp};
+    for (int i = 0; i < 4; ++i)
+        if (arrays[i] != arrayAt(r, i)) return nullptr;
     return r;
 }
 

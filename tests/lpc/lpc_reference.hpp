@@ -11,19 +11,9 @@
 
 namespace lt {
 
-// First-order coloured noise: x[n] = rho x[n-1] + e[n], seeded per length.
-inline std::vector<float> colouredNoise(int len, double rho, unsigned seed = 1) {
-    std::mt19937 g(seed * 7919u + unsigned(len));
-    std::normal_distribution<double> e(0.0, 1.0);
-    std::vector<float> x(len);
-    double prev = 0;
-    for (int n = 0; n < len; ++n) x[n] = float(prev = rho * prev + e(g));
-    return x;
-}
-
-// x[n] = sum ar[k] x[n-1-k] + e[n], after a settling run.
-inline std::vector<float> arProcess(const double* ar, int p, int len) {
-    std::mt19937 g(99);
+// x[n] = sum ar[k] x[n-1-k] + e[n] from unit Gaussian e, after a settling run.
+inline std::vector<float> arProcess(const double* ar, int p, int len, unsigned seed = 99) {
+    std::mt19937 g(seed);
     std::normal_distribution<double> e(0.0, 1.0);
     std::vector<double> h(p, 0.0);
     std::vector<float> x;
@@ -36,6 +26,9 @@ inline std::vector<float> arProcess(const double* ar, int p, int len) {
     }
     return x;
 }
+
+// First-order coloured noise, seeded per length.
+inline std::vector<float> colouredNoise(int len, double rho) { return arProcess(&rho, 1, len, 7919u + unsigned(len)); }
 
 inline std::vector<float> autocorrOf(const std::vector<float>& x, int lags) {
     std::vector<float> R(lags);
