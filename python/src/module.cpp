@@ -7,6 +7,7 @@
 #include <pybind11/pybind11.h>
 
 #include <string>
+#include <vector>
 
 #include "zelsr.h"
 
@@ -252,6 +253,60 @@ py::array_t<float> updateMean(const py::array& mean, const py::array& acc, float
     return out;
 }
 
+py::tuple lpToLsp(const py::array& lp, int nInt, int nDiv) {
+    auto a = need<float>(lp, "lp", 1);
+    py::array_t<float> out(a.size());
+    int roots = 0;
+    check(zelsLPToLSP_32f(a.data(), out.mutable_data(), int(a.size()), &roots, nInt, nDiv), "zelsLPToLSP_32f");
+    return py::make_tuple(out, roots);
+}
+
+struct Codebook {
+    ZelCdbkState_32f* cb = nullptr;
+    int width = 0;
+    Codebook(const py::array& vectors, int size, int hint) {
+        auto v = need<float>(vectors, "vectors", 2);
+        width = dimOf(v, 1);
+        check(zelsCdbkInitAlloc_L2_32f(&cb, v.data(), width, width, dimOf(v, 0), size, hint),
+              "zelsCdbkInitAlloc_L2_32f");
+    }
+    ~Codebook() {
+        if (cb) zelsCdbkFree_32f(cb);
+    }
+    int size() const {
+        int n = 0;
+        check(zelsGetCdbkSize_32f(cb, &n), "zelsGetCdbkSize_32f");
+        return n;
+    }
+    py::array_t<int32_t> search(const py::array& frames) {
+        auto x = need<float>(frames, "frames", 2);
+        if (dimOf(x, 1) != width) throw py::value_error("frames: expected " + std::to_string(width) + " columns");
+        py::array_t<int32_t> out(dimOf(x, 0));
+        check(zelsVQ_32f(x.data(), width, out.mutable_data(), dimOf(x, 0), cb), "zelsVQ_32f");
+        return out;
+    }
+};
+
+py::array_t<float> resample(const py::array& signal, int inRate, int outRate, int filterLen, float rollf,
+                            float alpha) {
+    auto x = need<float>(signal, "signal", 1);
+    ZelResamplingPolyphaseFixed* spec = nullptr;
+    check(zelsResamplePolyphaseFixedInitAlloc_32f(&spec, inRate, outRate, filterLen, rollf, alpha, zelAlgHintAccurate),
+          "zelsResamplePolyphaseFixedInitAlloc_32f");
+    // The filter reads halfLen samples on either side of each output: silence
+    // beyond both ends of the signal.
+    const int64_t half = (int64_t(filterLen) + 3) / 4 * 2, n = x.size();
+    std::vector<float> padded(size_t(n + 2 * half + 1), 0.0f);
+    std::copy(x.data(), x.data() + n, padded.begin() + half);
+    std::vector<float> out(size_t(n * int64_t(outRate) / inRate + 2));
+    double time = double(half);
+    int outLen = 0;
+    ZelStatus st = zelsResamplePolyphaseFixed_32f(spec, padded.data(), int(n), out.data(), 1.0f, &time, &outLen);
+    zelsResamplePolyphaseFixedFree_32f(spec);
+    check(st, "zelsResamplePolyphaseFixed_32f");
+    return py::array_t<float>(outLen, out.data());
+}
+
 }  // namespace
 
 PYBIND11_MODULE(_zelsr, m) {
@@ -304,6 +359,17 @@ PYBIND11_MODULE(_zelsr, m) {
           "var holds inverse variances unless direct_var.");
     m.def("update_mean", &updateMean, py::arg("mean"), py::arg("mean_acc"), py::arg("occ"),
           "mean + mean_acc / occ, as a new array (zelsUpdateMean_32f); occ 0 warns and returns mean.");
+    m.def("lp_to_lsp", &lpToLsp, py::arg("lp"), py::arg("n_int") = 128, py::arg("n_div") = 4,
+          "Line spectral pairs of LP coefficients, and the number of roots found (zelsLPToLSP_32f).");
+    py::class_<Codebook>(m, "Codebook", "VQ codebook with L2 search (zelsCdbkInitAlloc_L2_32f, zelsVQ_32f).")
+        .def(py::init<const py::array&, int, int>(), py::arg("vectors"), py::arg("size"), py::arg("hint") = 2,
+             "Train (hint 2 or 3) or keep (hint 1) a codebook of `size` entries from (n, width) float32 vectors.")
+        .def_property_readonly("size", &Codebook::size)
+        .def("search", &Codebook::search, py::arg("frames"), "Index of the nearest entry for each row.");
+    m.def("resample", &resample, py::arg("signal"), py::arg("in_rate"), py::arg("out_rate"),
+          py::arg("filter_len") = 64, py::arg("rollf") = 0.95f, py::arg("alpha") = 9.0f,
+          "Fixed-ratio polyphase resampling of a float32 signal, silence assumed beyond both ends "
+          "(zelsResamplePolyphaseFixed_32f).");
     m.def("svd", &svd, py::arg("matrix"), py::arg("n_iter") = 50,
           "U, singular values (descending) and V of a float64 matrix (zelsSVDSort_64f_D2).");
     m.def("dtw", &dtw, py::arg("a"), py::arg("b"), py::arg("delta") = 0, py::arg("beam") = 1e30f,

@@ -68,6 +68,33 @@ def check_front_end():
     same(zelsr.lpc(frame, 10), lp)
 
 
+def check_lsp_vq_resampler():
+    lp = zelsr.lpc(f(400), 10)
+    lsp, roots = np.empty(10, np.float32), c_int()
+    assert lib.zelsLPToLSP_32f(ptr(lp, f32), ptr(lsp, f32), 10, ctypes.byref(roots), 128, 4) == 0
+    got, n = zelsr.lp_to_lsp(lp)
+    same(got, lsp), same(n, roots.value)
+    vectors, frames = f(300, 4), f(50, 4)
+    cb = ctypes.c_void_p()
+    assert lib.zelsCdbkInitAlloc_L2_32f(ctypes.byref(cb), ptr(vectors, f32), 4, 4, 300, 16, 2) == 0
+    idx = np.empty(50, np.int32)
+    assert lib.zelsVQ_32f(ptr(frames, f32), 4, ptr(idx, i32), 50, cb) == 0
+    lib.zelsCdbkFree_32f(cb)
+    book = zelsr.Codebook(vectors, 16)
+    assert book.size == 16
+    same(book.search(frames), idx)
+    x = f(1000)
+    spec = ctypes.c_void_p()
+    assert lib.zelsResamplePolyphaseFixedInitAlloc_32f(ctypes.byref(spec), 16000, 12000, 64, c_float(0.95),
+                                                       c_float(9.0), 2) == 0
+    padded = np.concatenate([np.zeros(32, np.float32), x, np.zeros(33, np.float32)])
+    out, time, n = np.empty(1000 * 3 // 4 + 2, np.float32), ctypes.c_double(32.0), c_int()
+    assert lib.zelsResamplePolyphaseFixed_32f(spec, ptr(padded, f32), 1000, ptr(out, f32), c_float(1.0),
+                                              ctypes.byref(time), ctypes.byref(n)) == 0
+    lib.zelsResamplePolyphaseFixedFree_32f(spec)
+    same(zelsr.resample(x, 16000, 12000), out[:n.value])
+
+
 def check_matrix_and_alignment():
     m = rng.standard_normal((6, 4))
     u, w, v = np.empty((6, 4)), np.empty(4), np.empty((4, 4))
@@ -104,7 +131,9 @@ def check_statuses_and_bad_arrays():
              (zelsr.deltas, (f(3, 4),), ValueError),
              (zelsr.DCTLifter(23, 12, 22), (f(23),), ValueError),
              (zelsr.svd, (f(3, 3),), TypeError),
-             (zelsr.dtw, (f(3, 4), f(3, 5)), ValueError)]
+             (zelsr.dtw, (f(3, 4), f(3, 5)), ValueError),
+             (zelsr.Codebook, (f(4, 30).T, 4), ValueError),
+             (zelsr.resample, (f(8).astype(np.int16), 2, 1), TypeError)]
     for fn, args, kind in cases:
         try:
             fn(*args)
@@ -117,6 +146,7 @@ def main():
     check_log_domain_and_scoring()
     check_front_end()
     check_matrix_and_alignment()
+    check_lsp_vq_resampler()
     check_statuses_and_bad_arrays()
     print("bindings: every binding equals its C function; statuses and bad arrays surface as exceptions")
 
