@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "zelcore.h"
 #include "zelsr.h"
 
 namespace py = pybind11;
@@ -307,6 +308,41 @@ py::array_t<float> resample(const py::array& signal, int inRate, int outRate, in
     return py::array_t<float>(outLen, out.data());
 }
 
+// The MCRA state lives in one block from zelMalloc that never moves, as
+// the estimator requires.
+struct NoiseEstimator {
+    ZelMCRAState* st = nullptr;
+    int bins = 0;
+    std::vector<float> noise;
+    NoiseEstimator(int sampleRate, int fftLen, int hop) {
+        int size = 0;
+        check(zelsGetSizeMCRA_32f(fftLen, &size), "zelsGetSizeMCRA_32f");
+        st = static_cast<ZelMCRAState*>(zelMalloc(size_t(size)));
+        if (!st) throw std::bad_alloc();
+        ZelStatus s = hop > 0 ? zelsAltInitMCRA_32f(sampleRate, fftLen, hop, st) : zelsInitMCRA_32f(sampleRate, fftLen, st);
+        if (s < 0) {
+            zelFree(st);
+            st = nullptr;
+        }
+        check(s, hop > 0 ? "zelsAltInitMCRA_32f" : "zelsInitMCRA_32f");
+        bins = fftLen / 2 + 1;
+        noise.assign(size_t(bins), 0.0f);
+    }
+    ~NoiseEstimator() { zelFree(st); }
+    py::array_t<float> update(const py::array& power) {
+        auto p = need<float>(power, "power", 2);
+        if (dimOf(p, 1) != bins) throw py::value_error("power: expected " + std::to_string(bins) + " columns");
+        const int h = dimOf(p, 0);
+        py::array_t<float> out({h, bins});
+        for (int t = 0; t < h; ++t) {
+            check(zelsUpdateNoisePSDMCRA_32f_I(p.data() + size_t(t) * bins, st, noise.data()),
+                  "zelsUpdateNoisePSDMCRA_32f_I");
+            std::copy(noise.begin(), noise.end(), out.mutable_data() + size_t(t) * bins);
+        }
+        return out;
+    }
+};
+
 }  // namespace
 
 PYBIND11_MODULE(_zelsr, m) {
@@ -370,6 +406,11 @@ PYBIND11_MODULE(_zelsr, m) {
           py::arg("filter_len") = 64, py::arg("rollf") = 0.95f, py::arg("alpha") = 9.0f,
           "Fixed-ratio polyphase resampling of a float32 signal, silence assumed beyond both ends "
           "(zelsResamplePolyphaseFixed_32f).");
+    py::class_<NoiseEstimator>(m, "NoiseEstimator", "MCRA noise estimator (zelsInitMCRA_32f, zelsUpdateNoisePSDMCRA_32f_I).")
+        .def(py::init<int, int, int>(), py::arg("sample_rate"), py::arg("fft_len"), py::arg("hop") = 0,
+             "hop 0: frames shifted by fft_len / 2.")
+        .def("update", &NoiseEstimator::update, py::arg("power"),
+             "Feed (frames, fft_len / 2 + 1) power spectra; returns the noise estimate after each frame.");
     m.def("svd", &svd, py::arg("matrix"), py::arg("n_iter") = 50,
           "U, singular values (descending) and V of a float64 matrix (zelsSVDSort_64f_D2).");
     m.def("dtw", &dtw, py::arg("a"), py::arg("b"), py::arg("delta") = 0, py::arg("beam") = 1e30f,

@@ -93,6 +93,15 @@ def check_lsp_vq_resampler():
                                               ctypes.byref(time), ctypes.byref(n)) == 0
     lib.zelsResamplePolyphaseFixedFree_32f(spec)
     same(zelsr.resample(x, 16000, 12000), out[:n.value])
+    size = c_int()
+    assert lib.zelsGetSizeMCRA_32f(256, ctypes.byref(size)) == 0
+    state = (ctypes.c_uint8 * size.value)()
+    assert lib.zelsInitMCRA_32f(16000, 256, state) == 0
+    power, noise, ref = np.abs(f(40, 129)), np.zeros(129, np.float32), np.empty((40, 129), np.float32)
+    for t in range(40):
+        assert lib.zelsUpdateNoisePSDMCRA_32f_I(ptr(power[t], f32), state, ptr(noise, f32)) == 0
+        ref[t] = noise
+    same(zelsr.NoiseEstimator(16000, 256).update(power), ref)
 
 
 def check_matrix_and_alignment():

@@ -16,13 +16,13 @@ from typing import Optional, Union
 import numpy as np
 
 from ._status import Error, StatusWarning
-from ._zelsr import (Codebook, DCTLifter, MelFilterBank, lp_to_lsp, resample, deltas, dtw, gconst, log_add, log_gauss, log_sum, lpc,
+from ._zelsr import (Codebook, DCTLifter, MelFilterBank, NoiseEstimator, lp_to_lsp, resample, deltas, dtw, gconst, log_add, log_gauss, log_sum, lpc,
                      status_name, svd, update_mean)
 from . import _zelsr
 
 __all__ = ["Error", "StatusWarning", "FeatureExtractor", "mfcc", "fbank", "MelFilterBank", "DCTLifter",
            "deltas", "log_add", "log_sum", "log_gauss", "lpc", "svd", "dtw", "gconst", "update_mean", "status_name",
-           "lp_to_lsp", "Codebook", "resample"]
+           "lp_to_lsp", "Codebook", "resample", "NoiseEstimator"]
 
 # Field order of the C configuration record; zelsrFeatureCheckConfig reports
 # the refused field by this number.
