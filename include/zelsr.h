@@ -25,5 +25,6 @@
 #include "zelsr/matrix.h"
 #include "zelsr/alignment.h"
 #include "zelsr/resample.h"
+#include "zelsr/features.h"
 
 #endif /* ZELSR_H */

@@ -1,0 +1,418 @@
+// SPDX-License-Identifier: Apache-2.0
+// The compiled half of the zelsr Python package: numpy arrays in and out of
+// the C interface. Arrays must already have the element type, shape and
+// C-contiguous layout a function reads, so that nothing is copied or
+// converted behind the caller's back; anything else is a clear exception.
+#include <pybind11/numpy.h>
+#include <pybind11/pybind11.h>
+
+#include <string>
+#include <vector>
+
+#include "zelcore.h"
+#include "zelsr.h"
+
+namespace py = pybind11;
+
+namespace {
+
+const char* statusName(int s) {
+    switch (s) {
+#define N(x) case x: return #x;
+        N(zelStsNoErr) N(zelStsErr) N(zelStsBadArgErr) N(zelStsSizeErr) N(zelStsRangeErr) N(zelStsNullPtrErr)
+        N(zelStsMemAllocErr) N(zelStsDivByZeroErr) N(zelStsFftOrderErr) N(zelStsFftFlagErr)
+        N(zelStsContextMatchErr) N(zelStsStrideErr) N(zelStsSvdCnvgErr) N(zelStsCdbkFlagErr) N(zelStsNegOccErr)
+        N(zelStsFBankFlagErr) N(zelStsMelFlagErr) N(zelStsMelFreqErr) N(zelStsLspRootErr) N(zelStsLspOrderErr)
+        N(zelStsUnstableLpErr) N(zelStsLpcCalcErr) N(zelStsLengthRangeErr) N(zelStsCdbkKindErr)
+        N(zelStsSqrtNegArg) N(zelStsSingularity) N(zelStsDivByZero) N(zelStsLnZeroArg) N(zelStsLnNegArg)
+        N(zelStsResFloor) N(zelStsZeroOcc) N(zelStsCdbkSizeWarn)
+#undef N
+        default: return "zelStsUnknown";
+    }
+}
+
+// A negative status raises zelsr.Error, a positive one a zelsr.StatusWarning
+// (the Python side decides how both look).
+void check(ZelStatus s, const char* where) {
+    if (s == zelStsNoErr) return;
+    py::module_::import("zelsr._status").attr("report")(int(s), statusName(s), where);
+}
+
+template <class T>
+const char* typeName() {
+    if constexpr (std::is_same_v<T, float>) return "float32";
+    else if constexpr (std::is_same_v<T, double>) return "float64";
+    else if constexpr (std::is_same_v<T, int16_t>) return "int16";
+    else return "int32";
+}
+
+// The array as the C function reads it: the exact dtype, C-contiguous, of
+// `ndim` dimensions and not empty.
+template <class T>
+py::array_t<T> need(const py::array& a, const char* name, int ndim) {
+    if (!py::isinstance<py::array_t<T>>(a) || !a.dtype().is(py::dtype::of<T>()))
+        throw py::type_error(std::string(name) + ": expected a numpy array of dtype " + typeName<T>() + ", got " +
+                             std::string(py::str(a.dtype())));
+    if (a.ndim() != ndim)
+        throw py::value_error(std::string(name) + ": expected " + std::to_string(ndim) + " dimension(s), got " +
+                              std::to_string(a.ndim()));
+    if (!(a.flags() & py::array::c_style))
+        throw py::value_error(std::string(name) + ": the array must be C-contiguous (use numpy.ascontiguousarray)");
+    if (a.size() == 0) throw py::value_error(std::string(name) + ": the array is empty");
+    if (a.size() > 0x7fffffff) throw py::value_error(std::string(name) + ": the array is too large");
+    return py::reinterpret_borrow<py::array_t<T>>(a);
+}
+
+int dimOf(const py::array& a, int k) { return int(a.shape(k)); }
+
+// ---- Feature extractor --------------------------------------------------------
+
+struct Extractor {
+    ZelFeatureState* s = nullptr;
+    int dim = 0;
+    explicit Extractor(const ZelFeatureConfig& c) {
+        check(zelsrFeatureInitAlloc(&s, &c), "zelsrFeatureInitAlloc");
+        zelsrFeatureGetDim(s, &dim);
+    }
+    ~Extractor() {
+        if (s) zelsrFeatureFree(s);
+    }
+    void accept(const py::array& x) {
+        if (x.dtype().is(py::dtype::of<int16_t>())) {
+            auto a = need<int16_t>(x, "samples", 1);
+            ZelStatus st;
+            {
+                py::gil_scoped_release nogil;
+                st = zelsrFeatureAccept_16s(s, a.data(), int(a.size()));
+            }
+            check(st, "zelsrFeatureAccept_16s");
+        } else {
+            auto a = need<float>(x, "samples", 1);
+            ZelStatus st;
+            {
+                py::gil_scoped_release nogil;
+                st = zelsrFeatureAccept_32f(s, a.data(), int(a.size()));
+            }
+            check(st, "zelsrFeatureAccept_32f");
+        }
+    }
+    py::array_t<float> read() {
+        int n = 0;
+        check(zelsrFeatureGetReady(s, &n), "zelsrFeatureGetReady");
+        py::array_t<float> out({n, dim});
+        if (n > 0) {
+            int got = 0;
+            check(zelsrFeatureRead(s, out.mutable_data(), dim, n, &got), "zelsrFeatureRead");
+        }
+        return out;
+    }
+};
+
+int checkConfig(const ZelFeatureConfig& c) {
+    int field = -1;
+    check(zelsrFeatureCheckConfig(&c, &field), "zelsrFeatureCheckConfig");
+    return field;
+}
+
+// ---- Primitives -----------------------------------------------------------------
+
+py::array_t<float> logAdd(const py::array& a, const py::array& b) {
+    auto x = need<float>(a, "a", 1), y = need<float>(b, "b", 1);
+    if (x.size() != y.size()) throw py::value_error("a and b: lengths differ");
+    py::array_t<float> out(y.size());
+    std::copy(y.data(), y.data() + y.size(), out.mutable_data());
+    check(zelsLogAdd_32f(x.data(), out.mutable_data(), int(x.size()), zelAlgHintAccurate), "zelsLogAdd_32f");
+    return out;
+}
+
+double logSum(const py::array& a) {
+    if (a.dtype().is(py::dtype::of<double>())) {
+        auto x = need<double>(a, "a", 1);
+        double r = 0;
+        check(zelsLogSum_64f(x.data(), &r, int(x.size()), zelAlgHintAccurate), "zelsLogSum_64f");
+        return r;
+    }
+    auto x = need<float>(a, "a", 1);
+    float r = 0;
+    check(zelsLogSum_32f(x.data(), &r, int(x.size()), zelAlgHintAccurate), "zelsLogSum_32f");
+    return r;
+}
+
+py::array_t<float> logGauss(const py::array& frames, const py::array& mean, const py::array& var, float val) {
+    auto x = need<float>(frames, "frames", 2), m = need<float>(mean, "mean", 1), v = need<float>(var, "var", 1);
+    const int h = dimOf(x, 0), w = dimOf(x, 1);
+    if (m.size() != w || v.size() != w) throw py::value_error("mean and var: length must equal frames.shape[1]");
+    py::array_t<float> out(h);
+    check(zelsLogGauss_32f_D2(x.data(), w, m.data(), v.data(), w, out.mutable_data(), h, val), "zelsLogGauss_32f_D2");
+    return out;
+}
+
+struct MelBank {
+    ZelFBankState_32f* b = nullptr;
+    int nFilter = 0, fftLen = 0;
+    MelBank(int fftSize, float sampleRate, float lowFreq, float highFreq, int numFilters, bool magnitudeInput) {
+        int order = 0;
+        check(zelsMelFBankInitAlloc_32f(&b, &order, fftSize, sampleRate, lowFreq, highFreq, numFilters, 1127.0f,
+                                        700.0f, zelFBankMelWeights | (magnitudeInput ? zelFBankMagnitudeInput : 0)),
+              "zelsMelFBankInitAlloc_32f");
+        nFilter = numFilters;
+        fftLen = 1 << order;
+        magnitude = magnitudeInput;
+    }
+    bool magnitude = false;
+    ~MelBank() {
+        if (b) zelsFBankFree_32f(b);
+    }
+    py::array_t<float> eval(const py::array& a) {
+        auto x = need<float>(a, "spectrum", 1);
+        const int want = magnitude ? fftLen : fftLen / 2 + 1;
+        if (x.size() != want) throw py::value_error("spectrum: expected " + std::to_string(want) + " values");
+        py::array_t<float> out(nFilter);
+        check(zelsEvalFBank_32f(x.data(), out.mutable_data(), b), "zelsEvalFBank_32f");
+        return out;
+    }
+};
+
+struct Lifter {
+    ZelDCTLifterState_32f* s = nullptr;
+    int lenDCT, lenCepstrum, c0;
+    Lifter(int lenDCT_, int lenCepstrum_, int nLifter, bool withC0) : lenDCT(lenDCT_), lenCepstrum(lenCepstrum_), c0(withC0) {
+        check(withC0 ? zelsDCTLifterInitAlloc_C0_32f(&s, lenDCT, lenCepstrum, nLifter, 1.0f, 1.0f)
+                     : zelsDCTLifterInitAlloc_32f(&s, lenDCT, lenCepstrum, nLifter, 1.0f),
+              "zelsDCTLifterInitAlloc_32f");
+    }
+    ~Lifter() {
+        if (s) zelsDCTLifterFree_32f(s);
+    }
+    py::array_t<float> apply(const py::array& a) {
+        auto x = need<float>(a, "log_energies", 2);
+        if (dimOf(x, 1) != lenDCT) throw py::value_error("log_energies: expected " + std::to_string(lenDCT) + " columns");
+        const int h = dimOf(x, 0), w = lenCepstrum + c0;
+        py::array_t<float> out({h, w});
+        for (int t = 0; t < h; ++t)
+            check(zelsDCTLifter_32f(x.data() + size_t(t) * lenDCT, out.mutable_data() + size_t(t) * w, s), "zelsDCTLifter_32f");
+        return out;
+    }
+};
+
+py::array_t<float> deltas(const py::array& a, int order, float scale) {
+    auto x = need<float>(a, "frames", 2);
+    const int h = dimOf(x, 0), w = dimOf(x, 1);
+    if (order != 1 && order != 2) throw py::value_error("order: 1 or 2");
+    const int hist = order == 2 ? 6 : 4;
+    if (h < hist) throw py::value_error("frames: at least " + std::to_string(hist) + " rows");
+    py::array_t<float> out({h, w * (1 + order)});
+    const int mode = zelBeginStream | zelEndStream;
+    check(order == 2 ? zelsDeltaDelta_Win2_32f_D2(x.data(), w, out.mutable_data(), w * 3, h, scale, scale, mode)
+                     : zelsDelta_Win2_32f_D2(x.data(), w, out.mutable_data(), w * 2, h, scale, mode),
+          "zelsDelta_Win2_32f_D2");
+    return out;
+}
+
+py::array_t<float> lpc(const py::array& frame, int order) {
+    auto x = need<float>(frame, "frame", 1);
+    if (order < 1 || order >= x.size()) throw py::value_error("order: 1 to len(frame) - 1");
+    py::array_t<float> out(order);
+    check(zelsLinearPrediction_Auto_32f(x.data(), int(x.size()), out.mutable_data(), order),
+          "zelsLinearPrediction_Auto_32f");
+    return out;
+}
+
+py::tuple svd(const py::array& a, int nIter) {
+    auto x = need<double>(a, "matrix", 2);
+    const int h = dimOf(x, 0), w = dimOf(x, 1);
+    py::array_t<double> u({h, w}), s(w), v({w, w});
+    check(zelsSVDSort_64f_D2(x.data(), u.mutable_data(), h, s.mutable_data(), v.mutable_data(), w, w, nIter),
+          "zelsSVDSort_64f_D2");
+    return py::make_tuple(u, s, v);
+}
+
+float dtw(const py::array& a, const py::array& b, int delta, float beam) {
+    auto x = need<float>(a, "a", 2), y = need<float>(b, "b", 2);
+    if (dimOf(x, 1) != dimOf(y, 1)) throw py::value_error("a and b: widths differ");
+    const int w = dimOf(x, 1);
+    float d = 0;
+    check(zelsDTW_L2_32f_D2(x.data(), dimOf(x, 0), y.data(), dimOf(y, 0), w, w, &d, delta, beam), "zelsDTW_L2_32f_D2");
+    return d;
+}
+
+float gconst(const py::array& a, bool directVar) {
+    auto v = need<float>(a, "var", 1);
+    float det = 0;
+    check(directVar ? zelsUpdateGConst_DirectVar_32f(v.data(), int(v.size()), &det)
+                    : zelsUpdateGConst_32f(v.data(), int(v.size()), &det),
+          directVar ? "zelsUpdateGConst_DirectVar_32f" : "zelsUpdateGConst_32f");
+    return det;
+}
+
+py::array_t<float> updateMean(const py::array& mean, const py::array& acc, float occ) {
+    auto m = need<float>(mean, "mean", 1), a = need<float>(acc, "mean_acc", 1);
+    if (m.size() != a.size()) throw py::value_error("mean and mean_acc: lengths differ");
+    py::array_t<float> out(a.size());
+    std::copy(m.data(), m.data() + m.size(), out.mutable_data());
+    check(zelsUpdateMean_32f(a.data(), out.mutable_data(), int(a.size()), occ), "zelsUpdateMean_32f");
+    return out;
+}
+
+py::tuple lpToLsp(const py::array& lp, int nInt, int nDiv) {
+    auto a = need<float>(lp, "lp", 1);
+    py::array_t<float> out(a.size());
+    int roots = 0;
+    check(zelsLPToLSP_32f(a.data(), out.mutable_data(), int(a.size()), &roots, nInt, nDiv), "zelsLPToLSP_32f");
+    return py::make_tuple(out, roots);
+}
+
+struct Codebook {
+    ZelCdbkState_32f* cb = nullptr;
+    int width = 0;
+    Codebook(const py::array& vectors, int size, int hint) {
+        auto v = need<float>(vectors, "vectors", 2);
+        width = dimOf(v, 1);
+        check(zelsCdbkInitAlloc_L2_32f(&cb, v.data(), width, width, dimOf(v, 0), size, hint),
+              "zelsCdbkInitAlloc_L2_32f");
+    }
+    ~Codebook() {
+        if (cb) zelsCdbkFree_32f(cb);
+    }
+    int size() const {
+        int n = 0;
+        check(zelsGetCdbkSize_32f(cb, &n), "zelsGetCdbkSize_32f");
+        return n;
+    }
+    py::array_t<int32_t> search(const py::array& frames) {
+        auto x = need<float>(frames, "frames", 2);
+        if (dimOf(x, 1) != width) throw py::value_error("frames: expected " + std::to_string(width) + " columns");
+        py::array_t<int32_t> out(dimOf(x, 0));
+        check(zelsVQ_32f(x.data(), width, out.mutable_data(), dimOf(x, 0), cb), "zelsVQ_32f");
+        return out;
+    }
+};
+
+py::array_t<float> resample(const py::array& signal, int inRate, int outRate, int filterLen, float rollf,
+                            float alpha) {
+    auto x = need<float>(signal, "signal", 1);
+    ZelResamplingPolyphaseFixed* spec = nullptr;
+    check(zelsResamplePolyphaseFixedInitAlloc_32f(&spec, inRate, outRate, filterLen, rollf, alpha, zelAlgHintAccurate),
+          "zelsResamplePolyphaseFixedInitAlloc_32f");
+    // The filter reads halfLen samples on either side of each output: silence
+    // beyond both ends of the signal.
+    const int64_t half = (int64_t(filterLen) + 3) / 4 * 2, n = x.size();
+    std::vector<float> padded(size_t(n + 2 * half + 1), 0.0f);
+    std::copy(x.data(), x.data() + n, padded.begin() + half);
+    std::vector<float> out(size_t(n * int64_t(outRate) / inRate + 2));
+    double time = double(half);
+    int outLen = 0;
+    ZelStatus st = zelsResamplePolyphaseFixed_32f(spec, padded.data(), int(n), out.data(), 1.0f, &time, &outLen);
+    zelsResamplePolyphaseFixedFree_32f(spec);
+    check(st, "zelsResamplePolyphaseFixed_32f");
+    return py::array_t<float>(outLen, out.data());
+}
+
+// The MCRA state lives in one block from zelMalloc that never moves, as
+// the estimator requires.
+struct NoiseEstimator {
+    ZelMCRAState* st = nullptr;
+    int bins = 0;
+    std::vector<float> noise;
+    NoiseEstimator(int sampleRate, int fftLen, int hop) {
+        int size = 0;
+        check(zelsGetSizeMCRA_32f(fftLen, &size), "zelsGetSizeMCRA_32f");
+        st = static_cast<ZelMCRAState*>(zelMalloc(size_t(size)));
+        if (!st) throw std::bad_alloc();
+        ZelStatus s = hop > 0 ? zelsAltInitMCRA_32f(sampleRate, fftLen, hop, st) : zelsInitMCRA_32f(sampleRate, fftLen, st);
+        if (s < 0) {
+            zelFree(st);
+            st = nullptr;
+        }
+        check(s, hop > 0 ? "zelsAltInitMCRA_32f" : "zelsInitMCRA_32f");
+        bins = fftLen / 2 + 1;
+        noise.assign(size_t(bins), 0.0f);
+    }
+    ~NoiseEstimator() { zelFree(st); }
+    py::array_t<float> update(const py::array& power) {
+        auto p = need<float>(power, "power", 2);
+        if (dimOf(p, 1) != bins) throw py::value_error("power: expected " + std::to_string(bins) + " columns");
+        const int h = dimOf(p, 0);
+        py::array_t<float> out({h, bins});
+        for (int t = 0; t < h; ++t) {
+            check(zelsUpdateNoisePSDMCRA_32f_I(p.data() + size_t(t) * bins, st, noise.data()),
+                  "zelsUpdateNoisePSDMCRA_32f_I");
+            std::copy(noise.begin(), noise.end(), out.mutable_data() + size_t(t) * bins);
+        }
+        return out;
+    }
+};
+
+}  // namespace
+
+PYBIND11_MODULE(_zelsr, m) {
+    m.doc() = "Compiled bindings of the zelsr C library.";
+    m.def("status_name", &statusName, py::arg("status"), "Name of a ZelStatus code.");
+    py::class_<ZelFeatureConfig>(m, "FeatureConfig", "The C configuration record of the feature extractor.")
+        .def(py::init([] {
+            ZelFeatureConfig c;
+            zelsrFeatureDefaultConfig(&c);
+            return c;
+        }))
+#define F(py_name, field) .def_readwrite(py_name, &ZelFeatureConfig::field)
+        F("sample_rate", sampleRate) F("frame_length_ms", frameLengthMs) F("frame_shift_ms", frameShiftMs)
+        F("preemphasis", preemphasis) F("window", window) F("fft_size", fftSize) F("power_spectrum", powerSpectrum)
+        F("num_filters", numFilters) F("low_freq", lowFreq) F("high_freq", highFreq) F("log_floor", logFloor)
+        F("output", output) F("num_ceps", numCeps) F("lifter", lifter) F("energy", energy)
+        F("delta_order", deltaOrder) F("cmvn", cmvn) F("norm_variance", normVariance) F("cmvn_window", cmvnWindow);
+#undef F
+    m.def("check_config", &checkConfig, py::arg("config"),
+          "Number of the first field the extractor would refuse, or -1.");
+    py::class_<Extractor>(m, "Extractor", "Streaming feature extractor (zelsrFeature*).")
+        .def(py::init<const ZelFeatureConfig&>(), py::arg("config"))
+        .def_readonly("dim", &Extractor::dim)
+        .def("accept", &Extractor::accept, py::arg("samples"), "Accept int16 or float32 samples.")
+        .def("read", &Extractor::read, "The frames ready so far, as a (frames, dim) float32 array.")
+        .def("flush", [](Extractor& e) { check(zelsrFeatureFlush(e.s), "zelsrFeatureFlush"); })
+        .def("reset", [](Extractor& e) { check(zelsrFeatureReset(e.s), "zelsrFeatureReset"); });
+    m.def("log_add", &logAdd, py::arg("a"), py::arg("b"), "ln(exp(a) + exp(b)) element-wise (zelsLogAdd_32f).");
+    m.def("log_sum", &logSum, py::arg("a"), "ln of the sum of exp(a) (zelsLogSum_32f / _64f).");
+    m.def("log_gauss", &logGauss, py::arg("frames"), py::arg("mean"), py::arg("var"), py::arg("val") = 0.0f,
+          "Diagonal Gaussian log score of each frame (zelsLogGauss_32f_D2): val - sum (x - mean)^2 * var / 2, "
+          "var holding the inverse variances.");
+    py::class_<MelBank>(m, "MelFilterBank", "Mel filter bank (zelsMelFBankInitAlloc_32f, zelsEvalFBank_32f).")
+        .def(py::init<int, float, float, float, int, bool>(), py::arg("fft_size"), py::arg("sample_rate"),
+             py::arg("low_freq"), py::arg("high_freq"), py::arg("num_filters"), py::arg("magnitude_input") = false)
+        .def_readonly("fft_len", &MelBank::fftLen)
+        .def("__call__", &MelBank::eval, py::arg("spectrum"),
+             "Filter energies of one spectrum (fft_len / 2 + 1 bins), or of one time frame of fft_len samples "
+             "with magnitude_input.");
+    py::class_<Lifter>(m, "DCTLifter", "DCT-II and sinusoidal lifter (zelsDCTLifter_32f).")
+        .def(py::init<int, int, int, bool>(), py::arg("len_dct"), py::arg("len_cepstrum"), py::arg("lifter"),
+             py::arg("c0") = true)
+        .def("__call__", &Lifter::apply, py::arg("log_energies"), "Cepstra of each row (c1..cN, then c0).");
+    m.def("deltas", &deltas, py::arg("frames"), py::arg("order") = 2, py::arg("scale") = 0.1f,
+          "Statics with radius-two deltas (and delta-deltas) appended (zelsDelta(Delta)_Win2_32f_D2).");
+    m.def("lpc", &lpc, py::arg("frame"), py::arg("order"),
+          "Linear prediction coefficients by autocorrelation (zelsLinearPrediction_Auto_32f).");
+    m.def("gconst", &gconst, py::arg("var"), py::arg("direct_var") = false,
+          "Normalising term of a diagonal Gaussian, len * ln(2 pi) -+ sum ln var (zelsUpdateGConst_32f); "
+          "var holds inverse variances unless direct_var.");
+    m.def("update_mean", &updateMean, py::arg("mean"), py::arg("mean_acc"), py::arg("occ"),
+          "mean + mean_acc / occ, as a new array (zelsUpdateMean_32f); occ 0 warns and returns mean.");
+    m.def("lp_to_lsp", &lpToLsp, py::arg("lp"), py::arg("n_int") = 128, py::arg("n_div") = 4,
+          "Line spectral pairs of LP coefficients, and the number of roots found (zelsLPToLSP_32f).");
+    py::class_<Codebook>(m, "Codebook", "VQ codebook with L2 search (zelsCdbkInitAlloc_L2_32f, zelsVQ_32f).")
+        .def(py::init<const py::array&, int, int>(), py::arg("vectors"), py::arg("size"), py::arg("hint") = 2,
+             "Train (hint 2 or 3) or keep (hint 1) a codebook of `size` entries from (n, width) float32 vectors.")
+        .def_property_readonly("size", &Codebook::size)
+        .def("search", &Codebook::search, py::arg("frames"), "Index of the nearest entry for each row.");
+    m.def("resample", &resample, py::arg("signal"), py::arg("in_rate"), py::arg("out_rate"),
+          py::arg("filter_len") = 64, py::arg("rollf") = 0.95f, py::arg("alpha") = 9.0f,
+          "Fixed-ratio polyphase resampling of a float32 signal, silence assumed beyond both ends "
+          "(zelsResamplePolyphaseFixed_32f).");
+    py::class_<NoiseEstimator>(m, "NoiseEstimator", "MCRA noise estimator (zelsInitMCRA_32f, zelsUpdateNoisePSDMCRA_32f_I).")
+        .def(py::init<int, int, int>(), py::arg("sample_rate"), py::arg("fft_len"), py::arg("hop") = 0,
+             "hop 0: frames shifted by fft_len / 2.")
+        .def("update", &NoiseEstimator::update, py::arg("power"),
+             "Feed (frames, fft_len / 2 + 1) power spectra; returns the noise estimate after each frame.");
+    m.def("svd", &svd, py::arg("matrix"), py::arg("n_iter") = 50,
+          "U, singular values (descending) and V of a float64 matrix (zelsSVDSort_64f_D2).");
+    m.def("dtw", &dtw, py::arg("a"), py::arg("b"), py::arg("delta") = 0, py::arg("beam") = 1e30f,
+          "Dynamic time warping distance between two (frames, width) float32 sequences (zelsDTW_L2_32f_D2).");
+}
