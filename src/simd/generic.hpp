@@ -29,6 +29,12 @@ typedef int64_t v2l __attribute__((vector_size(16)));
 typedef uint64_t v2ul __attribute__((vector_size(16)));
 typedef int16_t v8s __attribute__((vector_size(16)));
 typedef uint16_t v8us __attribute__((vector_size(16)));
+#if defined(__aarch64__)
+typedef int32_t v8i __attribute__((vector_size(32)));
+// The eight exact 32-bit products of 16-bit lanes, which this target forms
+// in two widening multiplies.
+inline v8i widenedProducts(v8s a, v8s b) { return __builtin_convertvector(a, v8i) * __builtin_convertvector(b, v8i); }
+#endif
 }  // namespace detail
 
 struct F32x4 { detail::v4f v; };
@@ -195,9 +201,14 @@ inline I16x8 subSat(I16x8 a, I16x8 b) {
 // Pairwise a0*b0 + a1*b1 ... into four 32-bit lanes (wraps only for -32768^2 twice).
 // Even 16-bit lanes are the low halves of the 32-bit ones, odd lanes the high halves.
 inline I32x4 madd(I16x8 a, I16x8 b) {
+#if defined(__aarch64__)
+    const detail::v8i p = detail::widenedProducts(a.v, b.v);
+    const detail::v4u even = (detail::v4u)ZEL_SHUFFLE(p, p, 0, 2, 4, 6), odd = (detail::v4u)ZEL_SHUFFLE(p, p, 1, 3, 5, 7);
+#else
     const detail::v4i a32 = (detail::v4i)a.v, b32 = (detail::v4i)b.v;
     const detail::v4u even = (detail::v4u)(((a32 << 16) >> 16) * ((b32 << 16) >> 16));
     const detail::v4u odd = (detail::v4u)((a32 >> 16) * (b32 >> 16));
+#endif
     return {(detail::v4i)(even + odd)};
 }
 // Sign-extends the low and high four lanes to 32 bits.
@@ -236,11 +247,15 @@ inline I16x8 mullo(I16x8 a, I16x8 b) { return {(detail::v8s)((detail::v8us)a.v *
 inline I16x8 mulhi(I16x8 a, I16x8 b) {
     // Products of the even and the odd lanes in 32 bits (never overflowing),
     // their high halves put back where the lanes came from.
+#if defined(__aarch64__)
+    return {__builtin_convertvector(detail::widenedProducts(a.v, b.v) >> 16, detail::v8s)};
+#else
     const detail::v4i a32 = (detail::v4i)a.v, b32 = (detail::v4i)b.v;
     const detail::v4i even = ((a32 << 16) >> 16) * ((b32 << 16) >> 16);
     const detail::v4i odd = (a32 >> 16) * (b32 >> 16);
     const detail::v4i lowMask = {0xffff, 0xffff, 0xffff, 0xffff};
     return {(detail::v8s)(((even >> 16) & lowMask) | (odd & ~lowMask))};
+#endif
 }
 // Logical right shift of the 16-bit lanes; a count above 15 clears them.
 inline I16x8 srl(I16x8 a, int n) {
