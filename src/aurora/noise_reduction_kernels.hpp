@@ -54,13 +54,15 @@ inline void storePart(float* p, sv::F32x4 v, int count) {
     memcpy(p, t, size_t(count) * 4);
 }
 
-// The quiet NaN with the sign bit that an invalid operation produces.
+// The quiet NaN that an invalid operation such as 0 / 0 produces: with the
+// sign bit on x86, without it on ARM. Either is the processor's own answer.
 constexpr uint32_t kDefaultNaN = 0xffc00000u;
+constexpr uint32_t kDefaultNaNArm = 0x7fc00000u;
 
 inline bool isDefaultNaN(float v) {
     uint32_t u;
     memcpy(&u, &v, 4);
-    return u == kDefaultNaN;
+    return u == kDefaultNaN || u == kDefaultNaNArm;
 }
 
 // Holds the rounding mode at toward zero for the noise update and gives the

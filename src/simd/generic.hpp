@@ -1,0 +1,312 @@
+// SPDX-License-Identifier: Apache-2.0
+// Portable implementation of the vector vocabulary on the compiler's generic
+// vector types, so that one source becomes NEON on AArch64 and SSE2 on x86.
+// Every operation keeps the lane order and the per-lane result of the SSE4.1
+// header: the same bits, not merely close ones. Where an instruction set
+// differs from x86 at the edges (min and max with NaN, float to integer out
+// of range, saturation) the operation spells out the x86 behaviour in lane
+// arithmetic rather than trusting the target's instruction.
+#pragma once
+
+#include <math.h>
+#include <stdint.h>
+#include <string.h>
+
+#if !defined(__BYTE_ORDER__) || __BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__
+#error "the generic vocabulary reads 16-bit lanes out of 32-bit ones little-endian first"
+#endif
+
+namespace zel::simd {
+
+constexpr bool kVectorISA = true;
+
+namespace detail {
+typedef float v4f __attribute__((vector_size(16)));
+typedef double v2d __attribute__((vector_size(16)));
+typedef int32_t v4i __attribute__((vector_size(16)));
+typedef uint32_t v4u __attribute__((vector_size(16)));
+typedef int64_t v2l __attribute__((vector_size(16)));
+typedef uint64_t v2ul __attribute__((vector_size(16)));
+typedef int16_t v8s __attribute__((vector_size(16)));
+typedef uint16_t v8us __attribute__((vector_size(16)));
+#if defined(__aarch64__)
+typedef int32_t v8i __attribute__((vector_size(32)));
+// The eight exact 32-bit products of 16-bit lanes, which this target forms
+// in two widening multiplies.
+inline v8i widenedProducts(v8s a, v8s b) { return __builtin_convertvector(a, v8i) * __builtin_convertvector(b, v8i); }
+#endif
+}  // namespace detail
+
+struct F32x4 { detail::v4f v; };
+struct F64x2 { detail::v2d v; };
+struct I32x4 { detail::v4i v; };
+struct I16x8 { detail::v8s v; };
+
+// Two-source lane shuffles: GCC before 12 has only its own spelling.
+#if defined(__clang__) || (defined(__GNUC__) && __GNUC__ >= 12)
+#define ZEL_SHUFFLE(a, b, ...) __builtin_shufflevector(a, b, __VA_ARGS__)
+#else
+#define ZEL_SHUFFLE(a, b, ...) __builtin_shuffle(a, b, decltype(::zel::simd::detail::asMaskOf(a)){__VA_ARGS__})
+#endif
+
+namespace detail {
+// Index vectors for the older spelling of shuffles.
+inline v4i asMaskOf(v4f);
+inline v4i asMaskOf(v4i);
+inline v2l asMaskOf(v2d);
+inline v8s asMaskOf(v8s);
+
+// Bitwise blend: lanes of `a` where the all-ones/all-zeros mask `m` is set.
+inline v4i blend(v4i m, v4i a, v4i b) { return (a & m) | (b & ~m); }
+inline v2l blend(v2l m, v2l a, v2l b) { return (a & m) | (b & ~m); }
+inline v4f blend(v4i m, v4f a, v4f b) { return (v4f)blend(m, (v4i)a, (v4i)b); }
+inline v2d blend(v2l m, v2d a, v2d b) { return (v2d)blend(m, (v2l)a, (v2l)b); }
+inline v8s sat16Lanes(v4i lo, v4i hi) {
+    const v4i top = {32767, 32767, 32767, 32767}, bottom = {-32768, -32768, -32768, -32768};
+    lo = blend(lo > top, top, lo), lo = blend(lo < bottom, bottom, lo);
+    hi = blend(hi > top, top, hi), hi = blend(hi < bottom, bottom, hi);
+    // The low halves of the eight 32-bit lanes, in order.
+    return ZEL_SHUFFLE((v8s)lo, (v8s)hi, 0, 2, 4, 6, 8, 10, 12, 14);
+}
+// The x86 conversion of already-integral values: lanes outside the 32-bit
+// range, and NaN, give the most negative integer.
+inline v4i toInt32(v4f whole, v4f a) {
+    const v4f lo = {-2147483648.0f, -2147483648.0f, -2147483648.0f, -2147483648.0f};
+    const v4f hi = {2147483648.0f, 2147483648.0f, 2147483648.0f, 2147483648.0f};
+    const v4i inRange = (a >= lo) & (a < hi);
+    const v4i r = __builtin_convertvector(blend(inRange, whole, v4f{}), v4i);
+    return blend(inRange, r, v4i{INT32_MIN, INT32_MIN, INT32_MIN, INT32_MIN});
+}
+// Lanes rounded to integral values by the current rounding mode: adding and
+// removing 2^23 with the lane's sign leaves no fraction bits, and lanes at or
+// beyond 2^23 (and NaN, Inf) have none to begin with.
+inline v4f roundByMode(v4f a) {
+    const v4i signBit = {INT32_MIN, INT32_MIN, INT32_MIN, INT32_MIN};
+    const v4f big = {8388608.0f, 8388608.0f, 8388608.0f, 8388608.0f};
+    const v4f magic = (v4f)(((v4i)a & signBit) | (v4i)big);
+    v4f r = (a + magic) - magic;
+    const v4f mag = (v4f)((v4i)a & ~signBit);
+    return blend(mag < big, r, a);
+}
+}  // namespace detail
+
+// ---- single precision, four lanes
+inline F32x4 load4f(const float* p) { F32x4 r; memcpy(&r.v, p, 16); return r; }
+inline F32x4 loadu4f(const float* p) { return load4f(p); }
+inline void store(float* p, F32x4 a) { memcpy(p, &a.v, 16); }
+inline void storeu(float* p, F32x4 a) { memcpy(p, &a.v, 16); }
+inline F32x4 set1(float x) { return {detail::v4f{x, x, x, x}}; }
+inline F32x4 set4f(float l0, float l1, float l2, float l3) { return {detail::v4f{l0, l1, l2, l3}}; }
+inline F32x4 zero4f() { return {detail::v4f{}}; }
+inline F32x4 add(F32x4 a, F32x4 b) { return {a.v + b.v}; }
+inline F32x4 sub(F32x4 a, F32x4 b) { return {a.v - b.v}; }
+inline F32x4 mul(F32x4 a, F32x4 b) { return {a.v * b.v}; }
+inline F32x4 div(F32x4 a, F32x4 b) { return {a.v / b.v}; }
+inline F32x4 sqrt(F32x4 a) {
+    return {detail::v4f{__builtin_sqrtf(a.v[0]), __builtin_sqrtf(a.v[1]), __builtin_sqrtf(a.v[2]), __builtin_sqrtf(a.v[3])}};
+}
+// min and max return the second operand when either is NaN, as x86 does.
+inline F32x4 min(F32x4 a, F32x4 b) { return {detail::blend(a.v < b.v, a.v, b.v)}; }
+inline F32x4 max(F32x4 a, F32x4 b) { return {detail::blend(a.v > b.v, a.v, b.v)}; }
+inline F32x4 cmplt(F32x4 a, F32x4 b) { return {(detail::v4f)(a.v < b.v)}; }
+inline F32x4 cmple(F32x4 a, F32x4 b) { return {(detail::v4f)(a.v <= b.v)}; }
+inline F32x4 cmpgt(F32x4 a, F32x4 b) { return {(detail::v4f)(a.v > b.v)}; }
+inline F32x4 cmpeq(F32x4 a, F32x4 b) { return {(detail::v4f)(a.v == b.v)}; }
+// Only the sign bit of each mask lane decides, as in the blend instruction.
+inline F32x4 select(F32x4 mask, F32x4 a, F32x4 b) { return {detail::blend((detail::v4i)mask.v >> 31, a.v, b.v)}; }
+inline int movemask(F32x4 m) {
+    const detail::v4u s = (detail::v4u)m.v >> 31;
+    return int(s[0] | s[1] << 1 | s[2] << 2 | s[3] << 3);
+}
+template <int i>
+inline float lane(F32x4 a) { return a.v[i]; }
+// The hardware estimates differ between processors; this header computes them exactly.
+inline F32x4 rcpEstimate(F32x4 a) { return {detail::v4f{1.0f, 1.0f, 1.0f, 1.0f} / a.v}; }
+inline F32x4 rsqrtEstimate(F32x4 a) { return {detail::v4f{1.0f, 1.0f, 1.0f, 1.0f} / sqrt(a).v}; }
+
+// ---- double precision, two lanes
+inline F64x2 load2d(const double* p) { F64x2 r; memcpy(&r.v, p, 16); return r; }
+inline F64x2 loadu2d(const double* p) { return load2d(p); }
+inline void store(double* p, F64x2 a) { memcpy(p, &a.v, 16); }
+inline void storeu(double* p, F64x2 a) { memcpy(p, &a.v, 16); }
+inline F64x2 set1(double x) { return {detail::v2d{x, x}}; }
+inline F64x2 zero2d() { return {detail::v2d{}}; }
+inline F64x2 add(F64x2 a, F64x2 b) { return {a.v + b.v}; }
+inline F64x2 sub(F64x2 a, F64x2 b) { return {a.v - b.v}; }
+inline F64x2 mul(F64x2 a, F64x2 b) { return {a.v * b.v}; }
+inline F64x2 div(F64x2 a, F64x2 b) { return {a.v / b.v}; }
+inline F64x2 sqrt(F64x2 a) { return {detail::v2d{__builtin_sqrt(a.v[0]), __builtin_sqrt(a.v[1])}}; }
+inline F64x2 min(F64x2 a, F64x2 b) { return {detail::blend(a.v < b.v, a.v, b.v)}; }
+inline F64x2 max(F64x2 a, F64x2 b) { return {detail::blend(a.v > b.v, a.v, b.v)}; }
+inline F64x2 cmplt(F64x2 a, F64x2 b) { return {(detail::v2d)(a.v < b.v)}; }
+inline F64x2 select(F64x2 mask, F64x2 a, F64x2 b) { return {detail::blend((detail::v2l)mask.v >> 63, a.v, b.v)}; }
+inline int movemask(F64x2 m) {
+    const detail::v2ul s = (detail::v2ul)m.v >> 63;
+    return int(s[0] | s[1] << 1);
+}
+template <int i>
+inline double lane(F64x2 a) { return a.v[i]; }
+// Two singles widened to doubles: lanes 0 and 1, or 2 and 3, of `a`.
+inline F64x2 cvtLo2d(F32x4 a) { return {detail::v2d{double(a.v[0]), double(a.v[1])}}; }
+inline F64x2 cvtHi2d(F32x4 a) { return {detail::v2d{double(a.v[2]), double(a.v[3])}}; }
+
+// ---- 32-bit integers; arithmetic wraps, so it runs on unsigned lanes
+inline I32x4 load4i(const int32_t* p) { I32x4 r; memcpy(&r.v, p, 16); return r; }
+inline I32x4 loadu4i(const int32_t* p) { return load4i(p); }
+inline void store(int32_t* p, I32x4 a) { memcpy(p, &a.v, 16); }
+inline void storeu(int32_t* p, I32x4 a) { memcpy(p, &a.v, 16); }
+inline I32x4 set1(int32_t x) { return {detail::v4i{x, x, x, x}}; }
+inline I32x4 zero4i() { return {detail::v4i{}}; }
+inline I32x4 add(I32x4 a, I32x4 b) { return {(detail::v4i)((detail::v4u)a.v + (detail::v4u)b.v)}; }
+inline I32x4 sub(I32x4 a, I32x4 b) { return {(detail::v4i)((detail::v4u)a.v - (detail::v4u)b.v)}; }
+inline I32x4 mullo(I32x4 a, I32x4 b) { return {(detail::v4i)((detail::v4u)a.v * (detail::v4u)b.v)}; }
+inline I32x4 min(I32x4 a, I32x4 b) { return {detail::blend(a.v < b.v, a.v, b.v)}; }
+inline I32x4 max(I32x4 a, I32x4 b) { return {detail::blend(a.v > b.v, a.v, b.v)}; }
+// Counts above 31 fill with the sign (sra) or clear the lanes (sll), as x86 does.
+inline I32x4 sra(I32x4 a, int n) { return {a.v >> (n > 31 ? 31 : n)}; }
+inline I32x4 sll(I32x4 a, int n) {
+    if (n > 31) return zero4i();
+    return {(detail::v4i)((detail::v4u)a.v << n)};
+}
+template <int i>
+inline int32_t lane(I32x4 a) { return a.v[i]; }
+// Rounds by the current rounding mode (the conversions force nearest).
+inline I32x4 cvtRound(F32x4 a) { return {detail::toInt32(detail::roundByMode(a.v), a.v)}; }
+inline I32x4 cvtTrunc(F32x4 a) {
+    // Truncation of in-range lanes is what the language's conversion does.
+    return {detail::toInt32(a.v, a.v)};
+}
+inline F32x4 cvt4f(I32x4 a) { return {__builtin_convertvector(a.v, detail::v4f)}; }
+inline F32x4 asFloat(I32x4 a) { return {(detail::v4f)a.v}; }
+inline I32x4 asInt(F32x4 a) { return {(detail::v4i)a.v}; }
+
+// ---- 16-bit integers
+inline I16x8 load8s(const int16_t* p) { I16x8 r; memcpy(&r.v, p, 16); return r; }
+inline I16x8 loadu8s(const int16_t* p) { return load8s(p); }
+inline void store(int16_t* p, I16x8 a) { memcpy(p, &a.v, 16); }
+inline void storeu(int16_t* p, I16x8 a) { memcpy(p, &a.v, 16); }
+inline I16x8 set1(int16_t x) { return {detail::v8s{x, x, x, x, x, x, x, x}}; }
+// Saturating add and subtract: where the wrapped result's sign disagrees with
+// what the operands allow, the lane takes the limit on the first operand's side.
+inline I16x8 addSat(I16x8 a, I16x8 b) {
+    const detail::v8s r = (detail::v8s)((detail::v8us)a.v + (detail::v8us)b.v);
+    const detail::v8s over = ((a.v ^ r) & (b.v ^ r)) >> 15;
+    return {(r & ~over) | (((a.v >> 15) ^ 0x7fff) & over)};
+}
+inline I16x8 subSat(I16x8 a, I16x8 b) {
+    const detail::v8s r = (detail::v8s)((detail::v8us)a.v - (detail::v8us)b.v);
+    const detail::v8s over = ((a.v ^ b.v) & (a.v ^ r)) >> 15;
+    return {(r & ~over) | (((a.v >> 15) ^ 0x7fff) & over)};
+}
+// Pairwise a0*b0 + a1*b1 ... into four 32-bit lanes (wraps only for -32768^2 twice).
+// Even 16-bit lanes are the low halves of the 32-bit ones, odd lanes the high halves.
+inline I32x4 madd(I16x8 a, I16x8 b) {
+#if defined(__aarch64__)
+    const detail::v8i p = detail::widenedProducts(a.v, b.v);
+    const detail::v4u even = (detail::v4u)ZEL_SHUFFLE(p, p, 0, 2, 4, 6), odd = (detail::v4u)ZEL_SHUFFLE(p, p, 1, 3, 5, 7);
+#else
+    const detail::v4i a32 = (detail::v4i)a.v, b32 = (detail::v4i)b.v;
+    const detail::v4u even = (detail::v4u)(((a32 << 16) >> 16) * ((b32 << 16) >> 16));
+    const detail::v4u odd = (detail::v4u)((a32 >> 16) * (b32 >> 16));
+#endif
+    return {(detail::v4i)(even + odd)};
+}
+// Sign-extends the low and high four lanes to 32 bits.
+inline I32x4 widenLo(I16x8 a) { return {detail::v4i{a.v[0], a.v[1], a.v[2], a.v[3]}}; }
+inline I32x4 widenHi(I16x8 a) { return {detail::v4i{a.v[4], a.v[5], a.v[6], a.v[7]}}; }
+// Saturating narrow of two 32-bit vectors into eight 16-bit lanes.
+inline I16x8 packSat(I32x4 lo, I32x4 hi) { return {detail::sat16Lanes(lo.v, hi.v)}; }
+
+}  // namespace zel::simd
+
+// ---- lane rearrangements of single-precision vectors (real FFT)
+namespace zel::simd {
+
+inline F32x4 interleaveLo(F32x4 a, F32x4 b) { return {ZEL_SHUFFLE(a.v, b.v, 0, 4, 1, 5)}; }
+inline F32x4 interleaveHi(F32x4 a, F32x4 b) { return {ZEL_SHUFFLE(a.v, b.v, 2, 6, 3, 7)}; }
+inline F32x4 evenLanes(F32x4 a, F32x4 b) { return {ZEL_SHUFFLE(a.v, b.v, 0, 2, 4, 6)}; }
+inline F32x4 oddLanes(F32x4 a, F32x4 b) { return {ZEL_SHUFFLE(a.v, b.v, 1, 3, 5, 7)}; }
+inline F32x4 reverse(F32x4 a) { return {ZEL_SHUFFLE(a.v, a.v, 3, 2, 1, 0)}; }
+inline void transpose4(F32x4& a, F32x4& b, F32x4& c, F32x4& d) {
+    const detail::v4f t0 = ZEL_SHUFFLE(a.v, b.v, 0, 4, 1, 5), t1 = ZEL_SHUFFLE(c.v, d.v, 0, 4, 1, 5);
+    const detail::v4f t2 = ZEL_SHUFFLE(a.v, b.v, 2, 6, 3, 7), t3 = ZEL_SHUFFLE(c.v, d.v, 2, 6, 3, 7);
+    a.v = ZEL_SHUFFLE(t0, t1, 0, 1, 4, 5);
+    b.v = ZEL_SHUFFLE(t0, t1, 2, 3, 6, 7);
+    c.v = ZEL_SHUFFLE(t2, t3, 0, 1, 4, 5);
+    d.v = ZEL_SHUFFLE(t2, t3, 2, 3, 6, 7);
+}
+
+}  // namespace zel::simd
+
+// ---- 16-bit products and partial loads (Gaussian frame scoring)
+namespace zel::simd {
+
+inline I16x8 zero8s() { return {detail::v8s{}}; }
+// Low and high 16 bits of the signed 32-bit products, lane by lane.
+inline I16x8 mullo(I16x8 a, I16x8 b) { return {(detail::v8s)((detail::v8us)a.v * (detail::v8us)b.v)}; }
+inline I16x8 mulhi(I16x8 a, I16x8 b) {
+    // Products of the even and the odd lanes in 32 bits (never overflowing),
+    // their high halves put back where the lanes came from.
+#if defined(__aarch64__)
+    return {__builtin_convertvector(detail::widenedProducts(a.v, b.v) >> 16, detail::v8s)};
+#else
+    const detail::v4i a32 = (detail::v4i)a.v, b32 = (detail::v4i)b.v;
+    const detail::v4i even = ((a32 << 16) >> 16) * ((b32 << 16) >> 16);
+    const detail::v4i odd = (a32 >> 16) * (b32 >> 16);
+    const detail::v4i lowMask = {0xffff, 0xffff, 0xffff, 0xffff};
+    return {(detail::v8s)(((even >> 16) & lowMask) | (odd & ~lowMask))};
+#endif
+}
+// Logical right shift of the 16-bit lanes; a count above 15 clears them.
+inline I16x8 srl(I16x8 a, int n) {
+    if (n > 15) return zero8s();
+    return {(detail::v8s)((detail::v8us)a.v >> n)};
+}
+// The first 4, 2 or 1 elements into the low lanes, the others zero. They
+// read no further than those elements, so a row's end can lie on a page end.
+inline I16x8 loadLo4s(const int16_t* p) { I16x8 r = zero8s(); memcpy(&r.v, p, 8); return r; }
+inline I16x8 loadLo2s(const int16_t* p) { I16x8 r = zero8s(); memcpy(&r.v, p, 4); return r; }
+inline I16x8 loadLo1s(const int16_t* p) { I16x8 r = zero8s(); r.v[0] = *p; return r; }
+
+}  // namespace zel::simd
+
+// ---- double comparisons, narrowing and lane moves (log-domain arithmetic)
+namespace zel::simd {
+
+inline F64x2 cmple(F64x2 a, F64x2 b) { return {(detail::v2d)(a.v <= b.v)}; }
+inline F64x2 cmpeq(F64x2 a, F64x2 b) { return {(detail::v2d)(a.v == b.v)}; }
+// lo0 lo1 hi0 hi1, each rounded to single by the current rounding mode.
+inline F32x4 narrowPair(F64x2 lo, F64x2 hi) {
+    return {detail::v4f{float(lo.v[0]), float(lo.v[1]), float(hi.v[0]), float(hi.v[1])}};
+}
+// a2 a3 a2 a3: the upper pair moved onto the lower one.
+inline F32x4 highPairToLow(F32x4 a) { return {ZEL_SHUFFLE(a.v, a.v, 2, 3, 2, 3)}; }
+// a1 in every lane.
+inline F32x4 lane1ToAll(F32x4 a) { return {ZEL_SHUFFLE(a.v, a.v, 1, 1, 1, 1)}; }
+// a1 a1.
+inline F64x2 highLaneToLow(F64x2 a) { return {ZEL_SHUFFLE(a.v, a.v, 1, 1)}; }
+
+}  // namespace zel::simd
+
+// ---- four 16-bit values in 32-bit lanes (DCT lifter, dynamic features)
+namespace zel::simd {
+
+// Four 16-bit values, sign-extended to 32 bits; reads those 8 bytes only.
+inline I32x4 load4sTo32(const int16_t* p) { return widenLo(loadLo4s(p)); }
+// The four lanes saturated to 16 bits and stored as 8 bytes.
+inline void store4sSat(int16_t* p, I32x4 a) {
+    const detail::v8s s = detail::sat16Lanes(a.v, a.v);
+    memcpy(p, &s, 8);
+}
+
+}  // namespace zel::simd
+
+// ---- one lane of a running sum (filter-bank evaluation)
+namespace zel::simd {
+
+// x added to lane 0 only; lanes 1 to 3 pass unchanged.
+inline F32x4 addLane0(F32x4 a, float x) { a.v[0] = a.v[0] + x; return a; }
+
+}  // namespace zel::simd
+
+#undef ZEL_SHUFFLE
