@@ -42,7 +42,9 @@ inline void compensateOffset(const float* x, float* y, int len, float* prevIn, f
 inline void compensateOffset(const Zel16s* x, Zel16s* y, int len, Zel16s* prevIn, Zel16s prevOut, float val) {
     float first = (float(x[0]) + float(prevOut) * val) - float(*prevIn);
     int32_t out = satRounded16(truncf(first));  // limited, then toward zero; NaN gives -32768
-    const int64_t v12 = int64_t(nearbyint(double(val) * 4096.0));
+    // The Q12 factor saturates to 32 bits (NaN to the most negative), so the
+    // 64-bit recursion cannot overflow whatever val the caller passes.
+    const int64_t v12 = satRounded32(nearbyint(double(val) * 4096.0));
     int32_t last = x[0];
     y[0] = Zel16s(out);
     for (int n = 1; n < len; ++n) {

@@ -302,7 +302,7 @@ ZELSR_API ZelStatus zelsReflectionToLAR_16s_Sfs(const Zel16s* pSrc, int srcShift
     Scratch<float, 100> lar(len);
     if (!lar.ok()) return zelStsMemAllocErr;
     float* v = lar.data();
-    const sv::F32x4 down = sv::set1(pow2f(-srcShift));
+    const sv::F32x4 down = sv::set1(pow2fDown(srcShift));
     forBlocks(len, [&](int i, int n) {
         storePart(v + i, limitedAreaRatio(sv::mul(loadPart(pSrc + i, n), down), thresh), n);
     });

@@ -50,6 +50,10 @@ inline float pow2f(int e) {
     return ldexpf(1.0f, e);
 }
 
+// 2^-shift with the same ends, for a shift the caller passes: INT_MIN is not
+// negated but meets the top of the table, as every shift below -150 does.
+inline float pow2fDown(int shift) { return pow2f(shift < -150 ? 150 : -shift); }
+
 // The processor's truncating conversion to 32 bits: out of range or NaN gives
 // the integer indefinite 0x80000000.
 inline int32_t truncate32(float v) {

@@ -51,7 +51,7 @@ ZELSR_API ZelStatus zelsLPToLSP_16s_Sfs(const Zel16s* pSrcLP, int srcShift, Zel1
     if (!work.ok()) return zelStsMemAllocErr;
     float* x = work.data();
     float* roots = x + len;
-    const float down = pow2f(-srcShift);
+    const float down = pow2fDown(srcShift);
     for (int i = 0; i < len; ++i) x[i] = float(pSrcLP[i]) * down;
     const ZelStatus status = searchRoots(x, len, roots, pNRoots, nInt, nDiv, roots + len);
     // The roots found are written even when some are missing; halves away
@@ -86,7 +86,7 @@ ZELSR_API ZelStatus zelsLSPToLP_16s_Sfs(const Zel16s* pSrcLSP, int srcShift, Zel
     if (!work.ok()) return zelStsMemAllocErr;
     float* a = work.data();
     float* P = a + len;
-    const float down = pow2f(-srcShift);
+    const float down = pow2fDown(srcShift);
     lspToLp([&](int i) { return float(pSrcLSP[i]) * down; }, len, a, P, P + len / 2 + 3);
     return ownConvert_32f16s_Sfs(a, pDstLP, len, 1, scaleFactor);
 }

@@ -58,7 +58,7 @@ ZelStatus fixedGetSize(Form form, int inRate, int outRate, int len, int* pSize, 
                                  checkFixedSizes(form, inRate, outRate, len, hint, plan)))
         return s;
     *pSize = int(plan.size);
-    *pLen = rowElements(len);
+    *pLen = int(rowElements(len));
     *pHeight = plan.outRate;
     return zelStsNoErr;
 }

@@ -82,7 +82,8 @@ inline void reduceRates(int& inRate, int& outRate) {
 }
 
 inline int filterTaps(int len) { return (len + 3) & ~3; }          // L, even
-inline int rowElements(int len) { return (len + 4) & ~3; }          // a row's stride
+// A row's stride, in 64 bits: the size tests meet lengths up to INT_MAX.
+inline int64_t rowElements(int len) { return (int64_t(len) + 4) & ~int64_t(3); }
 inline int64_t stepEntries(int outRate) { return (int64_t(outRate) + 7) & ~int64_t(7); }
 // Row-pointer slots, rounded up to a multiple of 4 with at least one spare.
 inline int64_t pointerSlots(int outRate) { return ((int64_t(outRate) + 4) >> 2) << 2; }

@@ -263,12 +263,19 @@ ZelStatus trainTree(OwnedRecord* o, const T* pSrc, int step, int height, int cdb
     return st;
 }
 
+// The argument tests of the training builders, taken before any memory is
+// allocated for them.
+template <class T, class State>
+ZelStatus trainingChecks(State** ppCdbk, const T* pSrc, const T* pWeights, int width, int step, int height,
+                         int cdbkSize) {
+    return firstError(requireNonNull(ppCdbk, pSrc, pWeights), requirePositive(width, step, height, cdbkSize),
+                      require(width <= step && cdbkSize <= 16383 && cdbkSize <= height, zelStsSizeErr));
+}
+
 template <class T, class State>
 ZelStatus initAlloc(State** ppCdbk, const T* pSrc, const T* pWeights, int width, int step, int height, int cdbkSize,
                     int hint) {
-    if (ZelStatus s = firstError(requireNonNull(ppCdbk, pSrc, pWeights), requirePositive(width, step, height, cdbkSize),
-                                 require(width <= step && cdbkSize <= 16383 && cdbkSize <= height, zelStsSizeErr)))
-        return s;
+    if (ZelStatus s = trainingChecks(ppCdbk, pSrc, pWeights, width, step, height, cdbkSize)) return s;
     for (int j = 0; j < width; ++j)
         if (pWeights[j] < T(0)) return zelStsBadArgErr;
     // NaN weights are no weights below 0, but no distance could use them.
@@ -338,6 +345,8 @@ ZelStatus initAlloc(State** ppCdbk, const T* pSrc, const T* pWeights, int width,
 template <class T, class State>
 ZelStatus initAllocUnweighted(State** ppCdbk, const T* pSrc, int width, int step, int height, int cdbkSize, int hint) {
     if (width < 1) return zelStsSizeErr;
+    // The unit weights are ours: pSrc stands in for them in the null test.
+    if (ZelStatus s = trainingChecks(ppCdbk, pSrc, pSrc, width, step, height, cdbkSize)) return s;
     T* ones = allocElems<T>(width);
     if (!ones) return zelStsMemAllocErr;
     for (int j = 0; j < width; ++j) ones[j] = T(1);

@@ -78,6 +78,24 @@ TEST(CompensateOffset, SixteenBitForms) {
     for (int i = 0; i < len; ++i) EXPECT_NEAR(y[i], std::fmax(-32768.f, std::fmin(32767.f, yf[i])), 2.0) << i;
 }
 
+TEST(CompensateOffset, SixteenBitFormWithExtremeFactors) {
+    // A factor beyond the Q12 range saturates instead of overflowing the
+    // recursion; the outputs are then the rails, whatever the factor's size.
+    std::vector<Zel16s> x(16, 1000), y(16), ref(16);
+    Zel16s p = 0;
+    ASSERT_EQ(zelsCompensateOffset_16s(x.data(), ref.data(), 16, &p, 1, 1e6f), zelStsNoErr);
+    for (float val : {3.0e38f, INFINITY}) {
+        p = 0;
+        ASSERT_EQ(zelsCompensateOffset_16s(x.data(), y.data(), 16, &p, 1, val), zelStsNoErr);
+        EXPECT_EQ(y, ref);
+    }
+    for (float val : {-INFINITY, NAN}) {
+        p = 0;
+        ASSERT_EQ(zelsCompensateOffset_16s(x.data(), y.data(), 16, &p, 1, val), zelStsNoErr);
+        for (int i = 1; i < 16; ++i) EXPECT_TRUE(y[i] == 32767 || y[i] == -32768) << i;
+    }
+}
+
 TEST(ZeroMean, ShortAndLongPathsDifferAsDocumented) {
     // Mean 0 exactly: t = 2x. Short vectors move odd t away from zero and
     // negative even ones one lower; long ones shift plainly.

@@ -138,6 +138,22 @@ TEST(Lsp, SixteenBitFormsScaleAndRound) {
     zt::expectUntouched(out, 2, 5);
 }
 
+TEST(Lsp, ExtremeSourceShiftsMeetTheEndsOfTheScale) {
+    // Any shift past an end of the scale acts as that end, INT_MIN included.
+    const std::vector<float> a = stableInConvention(6, 0.6, 3);
+    Zel16s a16[6];
+    for (int i = 0; i < 6; ++i) a16[i] = Zel16s(std::lrint(a[i] * 4096));
+    for (int far : {-1000, 1000}) {
+        Zel16s x[6] = {5, 5, 5, 5, 5, 5}, y[6] = {5, 5, 5, 5, 5, 5};
+        int n = -1, m = -1;
+        const int extreme = far < 0 ? INT_MIN : INT_MAX;
+        const ZelStatus s = zelsLPToLSP_16s_Sfs(a16, far, x, 6, &n, 64, 4, -14);
+        EXPECT_EQ(zelsLPToLSP_16s_Sfs(a16, extreme, y, 6, &m, 64, 4, -14), s);
+        EXPECT_EQ(n, m);
+        for (int i = 0; i < 6; ++i) EXPECT_EQ(x[i], y[i]) << far << " " << i;
+    }
+}
+
 TEST(Lsp, StatusesInOrder) {
     float a[4] = {0.1f, 0.2f, 0.3f, 0.4f}, x[4] = {7, 7, 7, 7};
     Zel16s a16[4] = {1, 2, 3, 4}, x16[4] = {7, 7, 7, 7};

@@ -277,6 +277,22 @@ TEST(Resample, StateSizesFollowTheirFormulas) {
     }
 }
 
+TEST(Resample, LengthsNearIntMaxAreRefusedByQueryAndInit) {
+    // The row stride of such lengths leaves the int range; neither the query
+    // nor Init may take a wrapped size for a small one.
+    std::vector<Zel8u> mem(4096, 0x5C);
+    Fixed* st = reinterpret_cast<Fixed*>(mem.data());
+    for (int len : {2147483647, 2147483646, 2147483644}) {
+        int s = 7, l = 7, h = 7;
+        EXPECT_EQ(zelsResamplePolyphaseFixedGetSize_32f(1, 1, len, &s, &l, &h, 0), zelStsSizeErr);
+        EXPECT_EQ(zelsResamplePolyphaseFixedGetSize_16s(1, 1, len, &s, &l, &h, 1), zelStsSizeErr);
+        EXPECT_EQ(s, 7);
+        EXPECT_EQ(zelsResamplePolyphaseFixedInit_32f(st, 1, 1, len, 0), zelStsSizeErr);
+        EXPECT_EQ(zelsResamplePolyphaseFixedInit_16s(st, 1, 1, len, 1), zelStsSizeErr);
+    }
+    for (Zel8u b : mem) ASSERT_EQ(b, 0x5C);
+}
+
 TEST(Resample, ChecksInOrderAndWrongKinds) {
     int sz = -1, l = -1, h = -1, cnt = -1;
     double t = 10.0;

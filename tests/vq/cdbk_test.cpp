@@ -160,3 +160,17 @@ TEST(Codebook, SeparatesClustersThatCoincide) {
 }
 
 }  // namespace
+
+// The training builders refuse a width beyond the step before they set up
+// anything for it (unit weights of INT_MAX elements would be 8 GiB, and
+// their allocation would fail first on a 32-bit build).
+TEST(Codebook, OversizedWidthRefusedBeforeAnyAllocation) {
+    std::vector<Zel32f> src(16 * 8, 1.0f);
+    std::vector<Zel16s> src16(16 * 8, 1);
+    ZelCdbkState_32f* c = reinterpret_cast<ZelCdbkState_32f*>(&src[0]);
+    ZelCdbkState_16s* c16 = reinterpret_cast<ZelCdbkState_16s*>(&src16[0]);
+    EXPECT_EQ(zelsCdbkInitAlloc_L2_32f(&c, src.data(), 2147483647, 8, 16, 4, 1), zelStsSizeErr);
+    EXPECT_EQ(zelsCdbkInitAlloc_L2_16s(&c16, src16.data(), 2147483647, 8, 16, 4, 1), zelStsSizeErr);
+    EXPECT_EQ(zelsCdbkInitAlloc_L2_32f(nullptr, src.data(), 2147483647, 8, 16, 4, 1), zelStsNullPtrErr);
+    EXPECT_EQ(c, reinterpret_cast<ZelCdbkState_32f*>(&src[0]));
+}
