@@ -63,13 +63,6 @@ ZelStatus checks(const void* pSrc1, int height1, const void* pSrc2, int height2,
                       require(step >= width, zelStsSizeErr));
 }
 
-// The tables of the D2L members: every row once the heights are good.
-template <class T>
-ZelStatus tableChecks(const T** mSrc1, int height1, const T** mSrc2, int height2, int width, const void* pDist) {
-    if (ZelStatus s = checks(mSrc1, height1, mSrc2, height2, width, width, pDist)) return s;
-    return firstError(requireTableRows(mSrc1, height1), requireTableRows(mSrc2, height2));
-}
-
 // Row pointers into a block: row y at pSrc + y * step.
 template <class T>
 void rowTable(const T* pSrc, int height, int step, const T** table) {
@@ -124,7 +117,7 @@ ZelStatus integerForm(Row1 row1, int height1, Row2 row2, int height2, int width,
 template <class T>
 ZelStatus tableInteger(const T** mSrc1, int height1, const T** mSrc2, int height2, int width, Zel32s* pDist,
                        int delta, int beam, int scaleFactor) {
-    if (ZelStatus s = tableChecks(mSrc1, height1, mSrc2, height2, width, pDist)) return s;
+    if (ZelStatus s = checks(mSrc1, height1, mSrc2, height2, width, width, pDist)) return s;
     return integerForm<T>([=](int y) { return mSrc1[y]; }, height1, [=](int y) { return mSrc2[y]; }, height2,
                           width, pDist, delta, beam, scaleFactor);
 }
@@ -144,7 +137,7 @@ extern "C" {
 
 ZELSR_API ZelStatus zelsDTW_L2_32f_D2L(const Zel32f** mSrc1, int height1, const Zel32f** mSrc2, int height2,
                                        int width, Zel32f* pDist, int delta, Zel32f beam) {
-    if (ZelStatus s = tableChecks(mSrc1, height1, mSrc2, height2, width, pDist)) return s;
+    if (ZelStatus s = checks(mSrc1, height1, mSrc2, height2, width, width, pDist)) return s;
     return run(mSrc1, height1, mSrc2, height2, width, delta, beam, pDist);
 }
 

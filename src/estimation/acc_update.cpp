@@ -190,8 +190,6 @@ ZelStatus covarianceD2(const S* pSrc, int step, int height, const S* pMean, Zel6
 template <class S>
 ZelStatus covarianceD2L(const S** mSrc, int height, const S* pMean, Zel64f** mDst, int width, Zel64f val) {
     if (ZelStatus s = firstError(requireNonNull(mSrc, pMean, mDst), requirePositive(height, width))) return s;
-    // The matrix has a row per column of the source.
-    if (ZelStatus s = firstError(requireTableRows(mSrc, height), requireTableRows(mDst, width))) return s;
     return covariance(base::SrcRows<S>{nullptr, 0, mSrc}, height, pMean, base::DstRows{nullptr, 0, mDst}, width, val);
 }
 

@@ -6,7 +6,7 @@
 // decomposition. Each exported function tests its arguments in its
 // family's order and makes one kernel call; a D2 and a D2L member differ
 // only in the row accessor they hand the kernel. A D2L table's own pointer
-// is tested with the other pointers, its rows once the sizes are good.
+// is tested for null, its row pointers are not.
 #include <stdint.h>
 #include <string.h>
 
@@ -24,17 +24,6 @@ namespace {
 // The step test of a D2 member; a D2L member has no step and passes.
 constexpr ZelStatus noStride = zelStsNoErr;
 
-// The rows of a D2L table, tested once the sizes are known to be good; a
-// block has no row pointers and passes.
-template <class T>
-ZelStatus requireRows(Block<T>, int) {
-    return zelStsNoErr;
-}
-template <class T>
-ZelStatus requireRows(Table<T> t, int rows) {
-    return requireTableRows(t.rows, rows);
-}
-
 // ---- Sums by row and by column ------------------------------------------------------
 
 // How a float or double sum is stored: as it is, or by the near rule.
@@ -50,7 +39,6 @@ struct Near32 {
 template <class A, class S, class D, class Rows, class Store>
 ZelStatus sumRow(Rows rows, const void* m, int width, ZelStatus stride, D* pDst, int height, Store store) {
     if (ZelStatus s = firstError(requireNonNull(m, pDst), requirePositive(width, height), stride)) return s;
-    if (ZelStatus s = requireRows(rows, height)) return s;
     rowReduce<false, A>(rows, static_cast<const S*>(nullptr), width, height, [&](int i, A v) { pDst[i] = store(v); });
     return zelStsNoErr;
 }
@@ -58,7 +46,6 @@ ZelStatus sumRow(Rows rows, const void* m, int width, ZelStatus stride, D* pDst,
 template <class A, class S, class D, class Rows, class Store>
 ZelStatus sumColumn(Rows rows, const void* m, int height, ZelStatus stride, D* pDst, int width, Store store) {
     if (ZelStatus s = firstError(requireNonNull(m, pDst), requirePositive(width, height), stride)) return s;
-    if (ZelStatus s = requireRows(rows, height)) return s;
     columnReduce<A, S, false, false>(rows, height, width, static_cast<const A*>(nullptr),
                                      [&](int j, A v, A) { pDst[j] = store(v); });
     return zelStsNoErr;
@@ -82,7 +69,6 @@ A sampleVar(A q, A m, int height, A rinv) {
 template <class S, class D, class Rows, class Store>
 ZelStatus meanColumn(Rows rows, ZelStatus stride, const void* m, int height, D* pDst, int width, Store store) {
     if (ZelStatus s = firstError(stride, requireNonNull(m, pDst), requirePositive(width, height))) return s;
-    if (ZelStatus s = requireRows(rows, height)) return s;
     const float inv = recip<float>(height);
     columnReduce<float, S, false, false>(rows, height, width, static_cast<const float*>(nullptr),
                                          [&](int j, float v, float) { pDst[j] = store(v * inv); });
@@ -95,7 +81,6 @@ ZelStatus varColumn(Rows rows, ZelStatus stride, const void* m, int height, cons
     if (ZelStatus s = firstError(stride, requireNonNull(m, pSrcMean, pDstVar),
                                  requirePositive(width, height - 1)))
         return s;
-    if (ZelStatus s = requireRows(rows, height)) return s;
     const float rinv = recip<float>(height - 1);
     columnReduce<float, S, false, true>(rows, height, width, static_cast<const float*>(nullptr), [&](int j, float, float q) {
         pDstVar[j] = store(sampleVar(q, static_cast<float>(pSrcMean[j]), height, rinv));
@@ -109,7 +94,6 @@ ZelStatus meanVarColumn(Rows rows, ZelStatus stride, const void* m, int height, 
                         int width, StoreM storeMean, StoreV storeVar) {
     if (ZelStatus s = firstError(requireNonNull(m, pDstMean, pDstVar), requirePositive(width, height - 1), stride))
         return s;
-    if (ZelStatus s = requireRows(rows, height)) return s;
     const float inv = recip<float>(height), rinv = recip<float>(height - 1);
     columnReduce<float, S, false, true>(rows, height, width, static_cast<const float*>(nullptr),
                                         [&](int j, float s, float q) {
@@ -128,7 +112,6 @@ ZelStatus meanVarColumnWide(Rows rows, ZelStatus stride, const void* m, int heig
                             int width, double varScale) {
     if (ZelStatus s = firstError(requireNonNull(m, pDstMean, pDstVar), requirePositive(width, height - 1), stride))
         return s;
-    if (ZelStatus s = requireRows(rows, height)) return s;
     const double inv = 1.0 / double(height), rinv = 1.0 / double(height - 1);
     columnReduce<int64_t, int16_t, false, true>(rows, height, width, static_cast<const int64_t*>(nullptr),
                                                 [&](int j, int64_t s, int64_t q) {
@@ -151,7 +134,6 @@ ZelStatus meanVarColumnWide(Rows rows, ZelStatus stride, const void* m, int heig
 template <class T, class Rows>
 ZelStatus weightedMean(Rows rows, const void* m, ZelStatus stride, const T* pWgt, int height, T* pDstMean, int width) {
     if (ZelStatus s = firstError(requireNonNull(m, pWgt, pDstMean), stride, requirePositive(width, height))) return s;
-    if (ZelStatus s = requireRows(rows, height)) return s;
     columnReduce<T, T, true, false>(rows, height, width, pWgt, [&](int j, T s, T) { pDstMean[j] = s; });
     return zelStsNoErr;
 }
@@ -161,7 +143,6 @@ ZelStatus weightedVar(Rows rows, const void* m, ZelStatus stride, const T* pWgt,
                       T* pDstVar, int width) {
     if (ZelStatus s = firstError(requireNonNull(m, pWgt, pSrcMean, pDstVar), stride, requirePositive(width, height)))
         return s;
-    if (ZelStatus s = requireRows(rows, height)) return s;
     columnReduce<T, T, true, true>(rows, height, width, pWgt,
                                    [&](int j, T, T q) { pDstVar[j] = q - pSrcMean[j] * pSrcMean[j]; });
     return zelStsNoErr;
@@ -172,7 +153,6 @@ ZelStatus weightedMeanVar(Rows rows, const void* m, ZelStatus stride, const T* p
                           T* pDstVar, int width) {
     if (ZelStatus s = firstError(requireNonNull(m, pWgt, pDstMean, pDstVar), stride, requirePositive(width, height)))
         return s;
-    if (ZelStatus s = requireRows(rows, height)) return s;
     columnReduce<T, T, true, true>(rows, height, width, pWgt, [&](int j, T s, T q) {
         pDstMean[j] = s;
         pDstVar[j] = q - s * s;
@@ -186,7 +166,6 @@ template <class T, class Rows, class... Sf>
 ZelStatus normalizeColumn(Rows rows, const void* m, ZelStatus stride, int height, const T* pMean, const T* pVar,
                           int width, Sf... scaleFactor) {
     if (ZelStatus s = firstError(requireNonNull(m, pMean, pVar), requirePositive(width, height), stride)) return s;
-    if (ZelStatus s = requireRows(rows, height)) return s;
     normalizeColumns(rows, height, pMean, pVar, width, scaleFactor...);
     return zelStsNoErr;
 }
@@ -194,7 +173,6 @@ ZelStatus normalizeColumn(Rows rows, const void* m, ZelStatus stride, int height
 template <class Rows>
 ZelStatus addAllRowSum(Rows rows, const void* m, ZelStatus stride, int height, Zel32f* pSrcDst, int width) {
     if (ZelStatus s = firstError(requireNonNull(m, pSrcDst), requirePositive(width, height), stride)) return s;
-    if (ZelStatus s = requireRows(rows, height)) return s;
     columnReduce<float, float, false, false>(rows, height, width, static_cast<const float*>(nullptr),
                                              [&](int j, float v, float) { pSrcDst[j] = pSrcDst[j] + v; });
     return zelStsNoErr;
@@ -203,7 +181,6 @@ ZelStatus addAllRowSum(Rows rows, const void* m, ZelStatus stride, int height, Z
 template <class T, class Rows>
 ZelStatus subRow(const T* pSrc, int width, Rows rows, const void* m, ZelStatus stride, int height) {
     if (ZelStatus s = firstError(requireNonNull(pSrc, m), requirePositive(width, height), stride)) return s;
-    if (ZelStatus s = requireRows(rows, height)) return s;
     subRows(pSrc, width, rows, height);
     return zelStsNoErr;
 }
@@ -224,7 +201,6 @@ ZelStatus copyIndirect(SrcRows src, const void* s0, int srcLen, ZelStatus srcStr
     if (ZelStatus s = firstError(requireNonNull(s0, d0, pIndex), requirePositive(srcLen), srcStride,
                                  requirePositive(dstLen), dstStride, requirePositive(height)))
         return s;
-    if (ZelStatus s = firstError(requireRows(src, height), requireRows(dst, height))) return s;
     return copyColumnsIndirect<T>(src, srcLen, dst, pIndex, dstLen, height) ? zelStsNoErr : zelStsSizeErr;
 }
 
@@ -234,7 +210,6 @@ template <class Rows>
 ZelStatus matVecMul32f(Rows rows, const void* m, ZelStatus stride, const Zel32f* pSrcVec, int width, Zel32f* pDst,
                        int height) {
     if (ZelStatus s = firstError(requireNonNull(m, pSrcVec, pDst), requirePositive(width, height), stride)) return s;
-    if (ZelStatus s = requireRows(rows, height)) return s;
     rowReduce<true, float>(rows, pSrcVec, width, height, [&](int i, float v) { pDst[i] = v; });
     return zelStsNoErr;
 }
@@ -243,7 +218,6 @@ template <class S, class D, class Rows>
 ZelStatus matVecMulSfs(Rows rows, const void* m, ZelStatus stride, const S* pSrcVec, int width, D* pDst, int height,
                        int scaleFactor) {
     if (ZelStatus s = firstError(requireNonNull(m, pSrcVec, pDst), requirePositive(width, height), stride)) return s;
-    if (ZelStatus s = requireRows(rows, height)) return s;
     matVecExact(rows, pSrcVec, width, pDst, height, scaleFactor);
     return zelStsNoErr;
 }
@@ -252,7 +226,6 @@ template <class Rows>
 ZelStatus vecMatMul32f(const Zel32f* pSrcVec, Rows rows, const void* m, ZelStatus stride, int height, Zel32f* pDst,
                        int width) {
     if (ZelStatus s = firstError(requireNonNull(pSrcVec, m, pDst), requirePositive(width, height), stride)) return s;
-    if (ZelStatus s = requireRows(rows, height)) return s;
     columnReduce<float, float, true, false>(rows, height, width, pSrcVec, [&](int j, float v, float) { pDst[j] = v; });
     return zelStsNoErr;
 }
@@ -261,7 +234,6 @@ template <class S, class D, class Rows>
 ZelStatus vecMatMulSfs(const S* pSrcVec, Rows rows, const void* m, ZelStatus stride, int height, D* pDst, int width,
                        int scaleFactor) {
     if (ZelStatus s = firstError(requireNonNull(pSrcVec, m, pDst), requirePositive(width, height), stride)) return s;
-    if (ZelStatus s = requireRows(rows, height)) return s;
     vecMatExact(pSrcVec, rows, height, pDst, width, scaleFactor);
     return zelStsNoErr;
 }
@@ -284,13 +256,10 @@ ZelStatus nthMaxElement(const T* pSrc, int len, int N, T* pRes) {
 
 // ---- Column operations of the decomposition ---------------------------------------------------
 
-template <class T>
-ZelStatus checkColumns(T* const* m, int width, int height, int col1, int col2, int row) {
-    if (ZelStatus s = firstError(requireNonNull(m), requirePositive(width, height),
-                                 require(col1 >= 0 && col1 < width && col2 >= 0 && col2 < width, zelStsSizeErr),
-                                 require(row >= 0 && row < height, zelStsSizeErr)))
-        return s;
-    return requireTableRows(m, height);
+ZelStatus checkColumns(const void* m, int width, int height, int col1, int col2, int row) {
+    return firstError(requireNonNull(m), requirePositive(width, height),
+                      require(col1 >= 0 && col1 < width && col2 >= 0 && col2 < width, zelStsSizeErr),
+                      require(row >= 0 && row < height, zelStsSizeErr));
 }
 
 }  // namespace

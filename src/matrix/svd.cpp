@@ -49,9 +49,6 @@ ZelStatus svdD2(const Zel64f* pSrc, Zel64f* pDstU, int height, Zel64f* pDstW, Ze
 ZelStatus svdD2L(const Zel64f** mSrc, Zel64f** mDstU, int height, Zel64f* pDstW, Zel64f** mDstV, int width, int nIter,
                  bool sort) {
     if (ZelStatus s = firstError(requireNonNull(mSrc, mDstU, pDstW, mDstV), sizes(height, width, nIter))) return s;
-    if (ZelStatus s = firstError(requireTableRows(mSrc, height), requireTableRows(mDstU, height),
-                                 requireTableRows(mDstV, width)))
-        return s;
     return decompose(table(mSrc), table(mDstU), height, pDstW, table(mDstV), width, nIter, sort);
 }
 // The in-place D2 form also refuses a step below the width, which would
@@ -66,7 +63,6 @@ ZelStatus svdD2I(Zel64f* pSrcDstU, int height, Zel64f* pDstW, Zel64f* pDstV, int
 }
 ZelStatus svdD2LI(Zel64f** mSrcDstU, int height, Zel64f* pDstW, Zel64f** mDstV, int width, int nIter, bool sort) {
     if (ZelStatus s = firstError(requireNonNull(mSrcDstU, pDstW, mDstV), sizes(height, width, nIter))) return s;
-    if (ZelStatus s = firstError(requireTableRows(mSrcDstU, height), requireTableRows(mDstV, width))) return s;
     const Table<Zel64f> u = table(mSrcDstU);
     return decompose(u, u, height, pDstW, table(mDstV), width, nIter, sort);
 }
@@ -114,7 +110,6 @@ ZELSR_API ZelStatus zelsQRTransColumn_64f_D2L(Zel64f** mSrcDst, int width, int h
     if (ZelStatus st = firstError(requireNonNull(mSrcDst), requirePositive(width, height),
                                   require(col1 >= 0 && col1 < width && col2 >= 0 && col2 < width, zelStsSizeErr)))
         return st;
-    if (ZelStatus st = requireTableRows(mSrcDst, height)) return st;
     qrTransColumn(table(mSrcDst), height, col1, col2, c, s);
     return zelStsNoErr;
 }
