@@ -60,7 +60,7 @@ Factory zelsrFixed(int len, float alpha, int hint) {
     return [=](int inRate, int outRate) -> Converter {
         ZelResamplingPolyphaseFixed* raw = nullptr;
         zelsResamplePolyphaseFixedInitAlloc_32f(&raw, inRate, outRate, len, 0.95f, alpha, hint);
-        std::shared_ptr<ZelResamplingPolyphaseFixed> spec(raw, zelsResamplePolyphaseFixedFree_32f);
+        std::shared_ptr<ZelResamplingPolyphaseFixed> resampler(raw, zelsResamplePolyphaseFixedFree_32f);
         const int pad = len / 2 + 4;
         return [=](const std::vector<float>& in, std::vector<float>& out) {
             std::vector<float> src(in.size() + 2 * pad, 0.0f);
@@ -68,7 +68,7 @@ Factory zelsrFixed(int len, float alpha, int hint) {
             out.resize(size_t(double(in.size()) * outRate / inRate) + 4);
             double t = pad;
             int n = 0;
-            zelsResamplePolyphaseFixed_32f(spec.get(), src.data(), int(in.size()), out.data(), 1.0f, &t, &n);
+            zelsResamplePolyphaseFixed_32f(resampler.get(), src.data(), int(in.size()), out.data(), 1.0f, &t, &n);
             out.resize(n);
         };
     };
@@ -78,7 +78,7 @@ Factory zelsrGeneral(float window, int nStep, float alpha) {
     return [=](int inRate, int outRate) -> Converter {
         ZelResamplingPolyphase* raw = nullptr;
         zelsResamplePolyphaseInitAlloc_32f(&raw, window, nStep, 0.95f, alpha, zelAlgHintFast);
-        std::shared_ptr<ZelResamplingPolyphase> spec(raw, zelsResamplePolyphaseFree_32f);
+        std::shared_ptr<ZelResamplingPolyphase> resampler(raw, zelsResamplePolyphaseFree_32f);
         const double factor = double(outRate) / inRate;
         const int pad = int(window / factor) + 4;
         return [=](const std::vector<float>& in, std::vector<float>& out) {
@@ -87,7 +87,7 @@ Factory zelsrGeneral(float window, int nStep, float alpha) {
             out.resize(size_t(double(in.size()) * factor) + 4);
             double t = pad;
             int n = 0;
-            zelsResamplePolyphase_32f(spec.get(), src.data(), int(in.size()), out.data(), factor, 1.0f, &t, &n);
+            zelsResamplePolyphase_32f(resampler.get(), src.data(), int(in.size()), out.data(), factor, 1.0f, &t, &n);
             out.resize(n);
         };
     };

@@ -70,21 +70,21 @@ static float* cepstra(const float* x, int count, int rate, int* pFrames) {
 /* The input played at `speed`: count / speed samples at the same rate. */
 static float* slowDown(const float* x, int count, double speed, int* pCount) {
     const int pad = 64;
-    ZelResamplingPolyphase* spec = NULL;
+    ZelResamplingPolyphase* resampler = NULL;
     float *src = NULL, *dst = NULL;
     double t = pad;
     int n = 0;
-    if (zelsResamplePolyphaseInitAlloc_32f(&spec, 64.0f, 256, 0.95f, 9.0f, zelAlgHintFast) < 0) return NULL;
+    if (zelsResamplePolyphaseInitAlloc_32f(&resampler, 64.0f, 256, 0.95f, 9.0f, zelAlgHintFast) < 0) return NULL;
     src = (float*)calloc((size_t)count + 2 * pad, sizeof(float));
     dst = (float*)malloc(sizeof(float) * ((size_t)(count / speed) + 16));
     if (src && dst) {
         memcpy(src + pad, x, sizeof(float) * count);
-        if (zelsResamplePolyphase_32f(spec, src, count, dst, 1.0 / speed, 1.0f, &t, &n) < 0) {
+        if (zelsResamplePolyphase_32f(resampler, src, count, dst, 1.0 / speed, 1.0f, &t, &n) < 0) {
             free(dst);
             dst = NULL;
         }
     }
-    zelsResamplePolyphaseFree_32f(spec);
+    zelsResamplePolyphaseFree_32f(resampler);
     free(src);
     *pCount = n;
     return dst;

@@ -32,7 +32,7 @@ int main(int argc, char** argv) {
     const int reach = ((kTaps + 3) & ~3) / 2 + 2;
     int count = 0, inRate = 0, consumed = 0, filled, produced = 0, status = 1, capacity, outCap;
     int16_t *pcm, *buf = NULL, *out = NULL;
-    ZelResamplingPolyphaseFixed* spec = NULL;
+    ZelResamplingPolyphaseFixed* resampler = NULL;
     double t;
     ZelStatus s;
 
@@ -43,7 +43,7 @@ int main(int argc, char** argv) {
     pcm = exampleReadAudio16(inPath, &count, &inRate);
     if (!pcm) return 1;
 
-    s = zelsResamplePolyphaseFixedInitAlloc_16s(&spec, inRate, outRate, kTaps, 0.95f, 9.0f, zelAlgHintFast);
+    s = zelsResamplePolyphaseFixedInitAlloc_16s(&resampler, inRate, outRate, kTaps, 0.95f, 9.0f, zelAlgHintFast);
     if (s < 0) {
         fprintf(stderr, "resampler %d -> %d Hz: status %d\n", inRate, outRate, s);
         goto done;
@@ -72,7 +72,7 @@ int main(int argc, char** argv) {
         if (consumed >= count + reach) len = count - (consumed - filled) - (int)t;
         if (len > 0) {
             if (produced + len * (double)outRate / inRate + 2 > outCap) break;
-            s = zelsResamplePolyphaseFixed_16s(spec, buf, len, out + produced, 1.0f, &t, &got);
+            s = zelsResamplePolyphaseFixed_16s(resampler, buf, len, out + produced, 1.0f, &t, &got);
             if (s < 0) {
                 fprintf(stderr, "resampling: status %d\n", s);
                 goto done;
@@ -93,7 +93,7 @@ int main(int argc, char** argv) {
         status = 0;
     }
 done:
-    zelsResamplePolyphaseFixedFree_16s(spec);
+    zelsResamplePolyphaseFixedFree_16s(resampler);
     free(buf);
     free(out);
     free(pcm);

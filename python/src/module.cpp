@@ -291,8 +291,8 @@ struct Codebook {
 py::array_t<float> resample(const py::array& signal, int inRate, int outRate, int filterLen, float rollf,
                             float alpha) {
     auto x = need<float>(signal, "signal", 1);
-    ZelResamplingPolyphaseFixed* spec = nullptr;
-    check(zelsResamplePolyphaseFixedInitAlloc_32f(&spec, inRate, outRate, filterLen, rollf, alpha, zelAlgHintAccurate),
+    ZelResamplingPolyphaseFixed* resampler = nullptr;
+    check(zelsResamplePolyphaseFixedInitAlloc_32f(&resampler, inRate, outRate, filterLen, rollf, alpha, zelAlgHintAccurate),
           "zelsResamplePolyphaseFixedInitAlloc_32f");
     // The filter reads halfLen samples on either side of each output: silence
     // beyond both ends of the signal.
@@ -302,8 +302,8 @@ py::array_t<float> resample(const py::array& signal, int inRate, int outRate, in
     std::vector<float> out(size_t(n * int64_t(outRate) / inRate + 2));
     double time = double(half);
     int outLen = 0;
-    ZelStatus st = zelsResamplePolyphaseFixed_32f(spec, padded.data(), int(n), out.data(), 1.0f, &time, &outLen);
-    zelsResamplePolyphaseFixedFree_32f(spec);
+    ZelStatus st = zelsResamplePolyphaseFixed_32f(resampler, padded.data(), int(n), out.data(), 1.0f, &time, &outLen);
+    zelsResamplePolyphaseFixedFree_32f(resampler);
     check(st, "zelsResamplePolyphaseFixed_32f");
     return py::array_t<float>(outLen, out.data());
 }

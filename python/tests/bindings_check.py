@@ -49,10 +49,10 @@ def check_front_end():
     order = c_int()
     assert lib.zelsMelFBankInitAlloc_32f(ctypes.byref(bank), ctypes.byref(order), 512, c_float(16000),
                                          c_float(20), c_float(8000), 23, c_float(1127), c_float(700), 1) == 0
-    spec, out = np.abs(f(257)), np.empty(23, np.float32)
-    assert lib.zelsEvalFBank_32f(ptr(spec, f32), ptr(out, f32), bank) == 0
+    spectrum, out = np.abs(f(257)), np.empty(23, np.float32)
+    assert lib.zelsEvalFBank_32f(ptr(spectrum, f32), ptr(out, f32), bank) == 0
     lib.zelsFBankFree_32f(bank)
-    same(zelsr.MelFilterBank(512, 16000, 20, 8000, 23)(spec), out)
+    same(zelsr.MelFilterBank(512, 16000, 20, 8000, 23)(spectrum), out)
     lifter = ctypes.c_void_p()
     assert lib.zelsDCTLifterInitAlloc_C0_32f(ctypes.byref(lifter), 23, 12, 22, c_float(1), c_float(1)) == 0
     logmel, cep = f(5, 23), np.empty((5, 13), np.float32)
@@ -84,14 +84,14 @@ def check_lsp_vq_resampler():
     assert book.size == 16
     same(book.search(frames), idx)
     x = f(1000)
-    spec = ctypes.c_void_p()
-    assert lib.zelsResamplePolyphaseFixedInitAlloc_32f(ctypes.byref(spec), 16000, 12000, 64, c_float(0.95),
+    resampler = ctypes.c_void_p()
+    assert lib.zelsResamplePolyphaseFixedInitAlloc_32f(ctypes.byref(resampler), 16000, 12000, 64, c_float(0.95),
                                                        c_float(9.0), 2) == 0
     padded = np.concatenate([np.zeros(32, np.float32), x, np.zeros(33, np.float32)])
     out, time, n = np.empty(1000 * 3 // 4 + 2, np.float32), ctypes.c_double(32.0), c_int()
-    assert lib.zelsResamplePolyphaseFixed_32f(spec, ptr(padded, f32), 1000, ptr(out, f32), c_float(1.0),
+    assert lib.zelsResamplePolyphaseFixed_32f(resampler, ptr(padded, f32), 1000, ptr(out, f32), c_float(1.0),
                                               ctypes.byref(time), ctypes.byref(n)) == 0
-    lib.zelsResamplePolyphaseFixedFree_32f(spec)
+    lib.zelsResamplePolyphaseFixedFree_32f(resampler)
     same(zelsr.resample(x, 16000, 12000), out[:n.value])
     size = c_int()
     assert lib.zelsGetSizeMCRA_32f(256, ctypes.byref(size)) == 0

@@ -47,35 +47,35 @@ ZelStatus cepstrumFixed(const Zel16s* pSrc, Zel16s* pDst, int len, int scaleFact
 constexpr float kZeroMagnitudeDivision = 2139095040.0f;
 
 // 1 / |bin| of bins 0 .. count-1 of an unfolded spectrum, in place in the
-// first `count` floats of `spec`. Returns zelStsDivByZero for a magnitude
+// first `count` floats of `spectrum`. Returns zelStsDivByZero for a magnitude
 // without a reciprocal.
-ZelStatus inverseMagnitudes(float* spec, int count, bool newton) {
+ZelStatus inverseMagnitudes(float* spectrum, int count, bool newton) {
     for (int b = 0; b < count; ++b) {
-        const float re = spec[2 * b], im = spec[2 * b + 1];
-        spec[b] = sqrtf(re * re + im * im);
+        const float re = spectrum[2 * b], im = spectrum[2 * b + 1];
+        spectrum[b] = sqrtf(re * re + im * im);
     }
     ZelStatus status = zelStsNoErr;
     if (!newton) {
         for (int b = 0; b < count; ++b) {
-            if (spec[b] == 0.0f) {
-                spec[b] = kZeroMagnitudeDivision;
+            if (spectrum[b] == 0.0f) {
+                spectrum[b] = kZeroMagnitudeDivision;
                 status = zelStsDivByZero;
             } else {
-                spec[b] = 1.0f / spec[b];
+                spectrum[b] = 1.0f / spectrum[b];
             }
         }
         return status;
     }
     int bad = 0;
     forBlocks(count, [&](int i, int n) {
-        const sv::F32x4 m = loadPart(spec + i, n);
+        const sv::F32x4 m = loadPart(spectrum + i, n);
         const sv::F32x4 r = sv::rcpEstimate(m);
         const sv::F32x4 mr = sv::mul(m, r);
         bad |= invalidLanes(m, mr) & ((1 << n) - 1);
         const sv::F32x4 q = sv::mul(sv::sub(sv::set1(2.0f), mr), r);
         // A NaN result takes an infinity with the sign of the magnitude.
         const sv::F32x4 inf = sv::select(sv::cmplt(m, sv::zero4f()), sv::set1(-INFINITY), sv::set1(INFINITY));
-        storePart(spec + i, sv::select(sv::cmpeq(q, q), q, inf), n);
+        storePart(spectrum + i, sv::select(sv::cmpeq(q, q), q, inf), n);
     });
     return bad ? zelStsDivByZero : zelStsNoErr;
 }
@@ -103,17 +103,17 @@ ZelStatus spectrum(const Src* pSrc, int len, int order, float val, bool newton, 
     ZelStatus status = zelStsMemAllocErr;
     if (work.ok()) {
         float* frame = work.data();
-        float* spec = frame + N;
+        float* spectrum = frame + N;
         for (int64_t i = 0; i < N; ++i) frame[i] = 0.0f;
         for (int i = 0; i < len; ++i) frame[i + 1] = float(pSrc[i]);
-        status = ownFFTFwd_RUnfolded_32f(frame, spec, plan, nullptr);
+        status = ownFFTFwd_RUnfolded_32f(frame, spectrum, plan, nullptr);
         if (status == zelStsNoErr) {
             // Only the real part of bin 0: val does not stand in for the
             // leading coefficient in the other bins.
-            spec[0] = spec[0] - val;
+            spectrum[0] = spectrum[0] - val;
             const int bins = int(N / 2);
-            const ZelStatus warn = inverseMagnitudes(spec, bins, newton);
-            status = finish(spec, bins);
+            const ZelStatus warn = inverseMagnitudes(spectrum, bins, newton);
+            status = finish(spectrum, bins);
             if (status == zelStsNoErr) status = warn;
         }
     }

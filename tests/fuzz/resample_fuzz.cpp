@@ -82,7 +82,7 @@ void fixedKind(Reader& r) {
     const int hint = r.u8() % 4;
     const bool sixteen = r.u8() & 1, fromInit = r.u8() & 1;
     const int halfLen = ((len + 3) & ~3) / 2;
-    ZelResamplingPolyphaseFixed* spec = nullptr;
+    ZelResamplingPolyphaseFixed* resampler = nullptr;
     std::vector<uint8_t> mem;
     ZelStatus s;
     if (fromInit) {
@@ -92,21 +92,21 @@ void fixedKind(Reader& r) {
         require(documented(s));
         if (s != zelStsNoErr) return;
         mem.assign(size_t(size), 0xCD);
-        spec = reinterpret_cast<ZelResamplingPolyphaseFixed*>(mem.data());
-        s = sixteen ? zelsResamplePolyphaseFixedInit_16s(spec, in, out, len, hint)
-                    : zelsResamplePolyphaseFixedInit_32f(spec, in, out, len, hint);
+        resampler = reinterpret_cast<ZelResamplingPolyphaseFixed*>(mem.data());
+        s = sixteen ? zelsResamplePolyphaseFixedInit_16s(resampler, in, out, len, hint)
+                    : zelsResamplePolyphaseFixedInit_32f(resampler, in, out, len, hint);
         require(s == zelStsNoErr);
         const int step = 1 + int(r.u8() % (rowLen + 4));
         if (sixteen) {
             const auto taps = samples<Zel16s>(r, size_t(step) * height);
-            require(zelsResamplePolyphaseSetFixedFilter_16s(spec, taps.data(), step, height) == zelStsNoErr);
+            require(zelsResamplePolyphaseSetFixedFilter_16s(resampler, taps.data(), step, height) == zelStsNoErr);
         } else {
             const auto taps = samples<Zel32f>(r, size_t(step) * height);
-            require(zelsResamplePolyphaseSetFixedFilter_32f(spec, taps.data(), step, height) == zelStsNoErr);
+            require(zelsResamplePolyphaseSetFixedFilter_32f(resampler, taps.data(), step, height) == zelStsNoErr);
         }
     } else {
-        s = sixteen ? zelsResamplePolyphaseFixedInitAlloc_16s(&spec, in, out, len, rollf, alpha, hint)
-                    : zelsResamplePolyphaseFixedInitAlloc_32f(&spec, in, out, len, rollf, alpha, hint);
+        s = sixteen ? zelsResamplePolyphaseFixedInitAlloc_16s(&resampler, in, out, len, rollf, alpha, hint)
+                    : zelsResamplePolyphaseFixedInitAlloc_32f(&resampler, in, out, len, rollf, alpha, hint);
         require(documented(s));
         if (s != zelStsNoErr) return;
     }
@@ -115,21 +115,21 @@ void fixedKind(Reader& r) {
     if (sixteen) {
         const auto x = samples<Zel16s>(r, count);
         stream(x, halfLen + 2, ratio, r, [&](const Zel16s* p, int l, Zel16s* d, double* t, int* got) {
-            return zelsResamplePolyphaseFixed_16s(spec, p, l, d, 1.0f, t, got);
+            return zelsResamplePolyphaseFixed_16s(resampler, p, l, d, 1.0f, t, got);
         });
         // The wrong element form is refused.
         int got = 0;
         double t = 0;
         Zel32f f[4] = {0};
-        require(zelsResamplePolyphaseFixed_32f(spec, f, 1, f, 1.0f, &t, &got) == zelStsContextMatchErr);
+        require(zelsResamplePolyphaseFixed_32f(resampler, f, 1, f, 1.0f, &t, &got) == zelStsContextMatchErr);
     } else {
         const auto x = samples<Zel32f>(r, count);
         stream(x, halfLen + 2, ratio, r, [&](const Zel32f* p, int l, Zel32f* d, double* t, int* got) {
-            return zelsResamplePolyphaseFixed_32f(spec, p, l, d, 1.0f, t, got);
+            return zelsResamplePolyphaseFixed_32f(resampler, p, l, d, 1.0f, t, got);
         });
     }
-    if (!fromInit) require(zelsResamplePolyphaseFixedFree_32f(spec) == zelStsNoErr);
-    else require(zelsResamplePolyphaseFixedFree_32f(spec) == zelStsContextMatchErr);
+    if (!fromInit) require(zelsResamplePolyphaseFixedFree_32f(resampler) == zelStsNoErr);
+    else require(zelsResamplePolyphaseFixedFree_32f(resampler) == zelStsContextMatchErr);
 }
 
 void generalKind(Reader& r) {
@@ -138,9 +138,9 @@ void generalKind(Reader& r) {
     const int hint = r.u8() % 4;
     const bool sixteen = r.u8() & 1;
     const double factor = 0.1 + r.unit() * 9.9;
-    ZelResamplingPolyphase* spec = nullptr;
-    const ZelStatus s = sixteen ? zelsResamplePolyphaseInitAlloc_16s(&spec, window, nStep, rollf, alpha, hint)
-                                : zelsResamplePolyphaseInitAlloc_32f(&spec, window, nStep, rollf, alpha, hint);
+    ZelResamplingPolyphase* resampler = nullptr;
+    const ZelStatus s = sixteen ? zelsResamplePolyphaseInitAlloc_16s(&resampler, window, nStep, rollf, alpha, hint)
+                                : zelsResamplePolyphaseInitAlloc_32f(&resampler, window, nStep, rollf, alpha, hint);
     require(documented(s));
     if (s != zelStsNoErr) return;
     const int reach = int(window / (factor < 1 ? factor : 1.0) / 2) + 3;
@@ -148,15 +148,15 @@ void generalKind(Reader& r) {
     if (sixteen) {
         const auto x = samples<Zel16s>(r, count);
         stream(x, reach, factor, r, [&](const Zel16s* p, int l, Zel16s* d, double* t, int* got) {
-            return zelsResamplePolyphase_16s(spec, p, l, d, factor, 1.0f, t, got);
+            return zelsResamplePolyphase_16s(resampler, p, l, d, factor, 1.0f, t, got);
         });
     } else {
         const auto x = samples<Zel32f>(r, count);
         stream(x, reach, factor, r, [&](const Zel32f* p, int l, Zel32f* d, double* t, int* got) {
-            return zelsResamplePolyphase_32f(spec, p, l, d, factor, 1.0f, t, got);
+            return zelsResamplePolyphase_32f(resampler, p, l, d, factor, 1.0f, t, got);
         });
     }
-    require(zelsResamplePolyphaseFree_16s(spec) == zelStsNoErr);
+    require(zelsResamplePolyphaseFree_16s(resampler) == zelStsNoErr);
 }
 
 }  // namespace

@@ -12,30 +12,30 @@ c_void_pp = ctypes.POINTER(ctypes.c_void_p)
 
 
 def fixed_state(rin, rout, taps, rollf, alpha):
-    spec = ctypes.c_void_p()
-    st = lib.zelsResamplePolyphaseFixedInitAlloc_32f(ctypes.byref(spec), rin, rout, taps, f32(rollf), f32(alpha), 2)
+    resampler = ctypes.c_void_p()
+    st = lib.zelsResamplePolyphaseFixedInitAlloc_32f(ctypes.byref(resampler), rin, rout, taps, f32(rollf), f32(alpha), 2)
     assert st == 0, st
-    return spec
+    return resampler
 
 
 def general_state(window, nstep, rollf, alpha):
-    spec = ctypes.c_void_p()
-    st = lib.zelsResamplePolyphaseInitAlloc_32f(ctypes.byref(spec), f32(window), nstep, f32(rollf), f32(alpha), 2)
+    resampler = ctypes.c_void_p()
+    st = lib.zelsResamplePolyphaseInitAlloc_32f(ctypes.byref(resampler), f32(window), nstep, f32(rollf), f32(alpha), 2)
     assert st == 0, st
-    return spec
+    return resampler
 
 
-def run(kind, spec, x, ratio, pad):
+def run(kind, resampler, x, ratio, pad):
     """The whole of x in one call, with `pad` zeros of history on each side."""
     src = np.concatenate([np.zeros(pad), x, np.zeros(pad)]).astype(np.float32)
     dst = np.zeros(int(len(x) * ratio) + 8, dtype=np.float32)
     t = f64(pad)
     n = i32(0)
     if kind == "fixed":
-        st = lib.zelsResamplePolyphaseFixed_32f(spec, ptr(src, f32), len(x), ptr(dst, f32), f32(1.0),
+        st = lib.zelsResamplePolyphaseFixed_32f(resampler, ptr(src, f32), len(x), ptr(dst, f32), f32(1.0),
                                                 ctypes.byref(t), ctypes.byref(n))
     else:
-        st = lib.zelsResamplePolyphase_32f(spec, ptr(src, f32), len(x), ptr(dst, f32), f64(ratio), f32(1.0),
+        st = lib.zelsResamplePolyphase_32f(resampler, ptr(src, f32), len(x), ptr(dst, f32), f64(ratio), f32(1.0),
                                            ctypes.byref(t), ctypes.byref(n))
     assert st == 0, st
     return dst[: n.value]
@@ -59,7 +59,7 @@ def kaiser_attenuation(alpha):
     return alpha / 0.1102 + 8.7
 
 
-def check(kind, spec, rin, rout, taps, rollf, alpha):
+def check(kind, resampler, rin, rout, taps, rollf, alpha):
     ratio = rout / rin
     rng = np.random.default_rng(7)
     n = 8192
@@ -76,7 +76,7 @@ def check(kind, spec, rin, rout, taps, rollf, alpha):
     worst_pass = 0.0
     worst_stop = 0.0
     for f in np.linspace(50, edge - width / 2, 12):
-        y = run(kind, spec, np.sin(2 * np.pi * f / rin * k + rng.uniform(0, 6)), ratio, taps)
+        y = run(kind, resampler, np.sin(2 * np.pi * f / rin * k + rng.uniform(0, 6)), ratio, taps)
         # Upsampling: the image of the tone at rin - f is what the filter removes.
         image = rout > rin and rin - f > edge + width / 2
         a = amplitudes(y, [f, rin - f] if image else [f], rout, skip)
@@ -84,7 +84,7 @@ def check(kind, spec, rin, rout, taps, rollf, alpha):
         if image:
             worst_stop = max(worst_stop, a[1])
     for f in np.linspace(edge + width / 2, rin / 2 * 0.98, 12) if rin > rout else []:
-        y = run(kind, spec, np.sin(2 * np.pi * f / rin * k + rng.uniform(0, 6)), ratio, taps)
+        y = run(kind, resampler, np.sin(2 * np.pi * f / rin * k + rng.uniform(0, 6)), ratio, taps)
         rms = float(np.sqrt(np.mean(y[skip:-skip] ** 2)) * np.sqrt(2))
         worst_stop = max(worst_stop, rms)
     att = -20 * np.log10(max(worst_stop, 1e-12))
