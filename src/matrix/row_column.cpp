@@ -24,6 +24,10 @@ namespace {
 // The step test of a D2 member; a D2L member has no step and passes.
 constexpr ZelStatus noStride = zelStsNoErr;
 
+// A sample variance needs two rows; tested without forming height - 1,
+// which INT_MIN would overflow.
+constexpr ZelStatus requireTwoRows(int height) { return require(height >= 2, zelStsSizeErr); }
+
 // The rows of a D2L table, tested once the sizes are known to be good; a
 // block has no row pointers and passes.
 template <class T>
@@ -93,7 +97,7 @@ template <class S, class D, class Rows, class Store>
 ZelStatus varColumn(Rows rows, ZelStatus stride, const void* m, int height, const S* pSrcMean, D* pDstVar,
                     int width, Store store) {
     if (ZelStatus s = firstError(stride, requireNonNull(m, pSrcMean, pDstVar),
-                                 requirePositive(width, height - 1)))
+                                 requirePositive(width), requireTwoRows(height)))
         return s;
     if (ZelStatus s = requireRows(rows, height)) return s;
     const float rinv = recip<float>(height - 1);
@@ -107,7 +111,8 @@ ZelStatus varColumn(Rows rows, ZelStatus stride, const void* m, int height, cons
 template <class S, class DM, class DV, class Rows, class StoreM, class StoreV>
 ZelStatus meanVarColumn(Rows rows, ZelStatus stride, const void* m, int height, DM* pDstMean, DV* pDstVar,
                         int width, StoreM storeMean, StoreV storeVar) {
-    if (ZelStatus s = firstError(requireNonNull(m, pDstMean, pDstVar), requirePositive(width, height - 1), stride))
+    if (ZelStatus s = firstError(requireNonNull(m, pDstMean, pDstVar), requirePositive(width), requireTwoRows(height),
+                                 stride))
         return s;
     if (ZelStatus s = requireRows(rows, height)) return s;
     const float inv = recip<float>(height), rinv = recip<float>(height - 1);
@@ -126,7 +131,8 @@ ZelStatus meanVarColumn(Rows rows, ZelStatus stride, const void* m, int height, 
 template <class DM, class Rows>
 ZelStatus meanVarColumnWide(Rows rows, ZelStatus stride, const void* m, int height, DM* pDstMean, Zel32s* pDstVar,
                             int width, double varScale) {
-    if (ZelStatus s = firstError(requireNonNull(m, pDstMean, pDstVar), requirePositive(width, height - 1), stride))
+    if (ZelStatus s = firstError(requireNonNull(m, pDstMean, pDstVar), requirePositive(width), requireTwoRows(height),
+                                 stride))
         return s;
     if (ZelStatus s = requireRows(rows, height)) return s;
     const double inv = 1.0 / double(height), rinv = 1.0 / double(height - 1);
