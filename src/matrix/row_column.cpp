@@ -24,6 +24,10 @@ namespace {
 // The step test of a D2 member; a D2L member has no step and passes.
 constexpr ZelStatus noStride = zelStsNoErr;
 
+// A sample variance needs two rows; tested without forming height - 1,
+// which INT_MIN would overflow.
+constexpr ZelStatus requireTwoRows(int height) { return require(height >= 2, zelStsSizeErr); }
+
 // ---- Sums by row and by column ------------------------------------------------------
 
 // How a float or double sum is stored: as it is, or by the near rule.
@@ -79,7 +83,7 @@ template <class S, class D, class Rows, class Store>
 ZelStatus varColumn(Rows rows, ZelStatus stride, const void* m, int height, const S* pSrcMean, D* pDstVar,
                     int width, Store store) {
     if (ZelStatus s = firstError(stride, requireNonNull(m, pSrcMean, pDstVar),
-                                 requirePositive(width, height - 1)))
+                                 requirePositive(width), requireTwoRows(height)))
         return s;
     const float rinv = recip<float>(height - 1);
     columnReduce<float, S, false, true>(rows, height, width, static_cast<const float*>(nullptr), [&](int j, float, float q) {
@@ -92,7 +96,8 @@ ZelStatus varColumn(Rows rows, ZelStatus stride, const void* m, int height, cons
 template <class S, class DM, class DV, class Rows, class StoreM, class StoreV>
 ZelStatus meanVarColumn(Rows rows, ZelStatus stride, const void* m, int height, DM* pDstMean, DV* pDstVar,
                         int width, StoreM storeMean, StoreV storeVar) {
-    if (ZelStatus s = firstError(requireNonNull(m, pDstMean, pDstVar), requirePositive(width, height - 1), stride))
+    if (ZelStatus s = firstError(requireNonNull(m, pDstMean, pDstVar), requirePositive(width), requireTwoRows(height),
+                                 stride))
         return s;
     const float inv = recip<float>(height), rinv = recip<float>(height - 1);
     columnReduce<float, S, false, true>(rows, height, width, static_cast<const float*>(nullptr),
@@ -110,7 +115,8 @@ ZelStatus meanVarColumn(Rows rows, ZelStatus stride, const void* m, int height, 
 template <class DM, class Rows>
 ZelStatus meanVarColumnWide(Rows rows, ZelStatus stride, const void* m, int height, DM* pDstMean, Zel32s* pDstVar,
                             int width, double varScale) {
-    if (ZelStatus s = firstError(requireNonNull(m, pDstMean, pDstVar), requirePositive(width, height - 1), stride))
+    if (ZelStatus s = firstError(requireNonNull(m, pDstMean, pDstVar), requirePositive(width), requireTwoRows(height),
+                                 stride))
         return s;
     const double inv = 1.0 / double(height), rinv = 1.0 / double(height - 1);
     columnReduce<int64_t, int16_t, false, true>(rows, height, width, static_cast<const int64_t*>(nullptr),

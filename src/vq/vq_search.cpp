@@ -125,7 +125,8 @@ ZelStatus threshForm(const T* pSrc, Zel32s* pIndx, void* pDist, ThreshOut out, v
         // and back; the limit stays in the scaled units.
         Zel32s di;
         toScaled(&d, &di, 1, scaleFactor);
-        const float scale = ownScaleValue_32f(-scaleFactor);
+        // 2^scaleFactor; the clamp of the scale makes INT_MAX stand in for -INT_MIN.
+        const float scale = ownScaleValue_32f(scaleFactor == INT32_MIN ? INT32_MAX : -scaleFactor);
         d = float(di) * scale;
         const float lim = float(di) * val;
         limitInt = lim >= 2147483647.0f ? INT32_MAX : (lim <= -2147483648.0f ? INT32_MIN : int32_t(lim));
@@ -137,7 +138,9 @@ ZelStatus threshForm(const T* pSrc, Zel32s* pIndx, void* pDist, ThreshOut out, v
     s.allDistances(pSrc, r->pScratch);
     int count = 0;
     if (!(double(L) * 1.000001 < 0.0)) {
-        while (count < r->nEntries) {
+        // One entry taken per step, so the walk ends even when the limit is
+        // infinite and scaled distances above it are skipped.
+        for (int taken = 0; taken < r->nEntries; ++taken) {
             float m;
             int at;
             ownMinIndx_32f(r->pScratch, r->nEntries, &m, &at);
