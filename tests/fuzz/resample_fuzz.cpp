@@ -143,7 +143,9 @@ void generalKind(Reader& r) {
                                 : zelsResamplePolyphaseInitAlloc_32f(&resampler, window, nStep, rollf, alpha, hint);
     require(documented(s));
     if (s != zelStsNoErr) return;
-    const int reach = int(window / (factor < 1 ? factor : 1.0) / 2) + 3;
+    // The filter spans trunc(window / 2) + 1 points a side (in input samples
+    // once stretched by a factor below 1): the history and look-ahead kept.
+    const int reach = int((window / 2 + 1) / (factor < 1 ? factor : 1.0)) + 3;
     const size_t count = 1 + r.u8() * 8;
     if (sixteen) {
         const auto x = samples<Zel16s>(r, count);
