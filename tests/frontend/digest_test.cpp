@@ -12,38 +12,16 @@
 #include <random>
 #include <vector>
 
-#include "common.hpp"
+#include "digest.hpp"
 
 namespace {
 
 using std::vector;
 
-struct Digest {
-    uint64_t h = 1469598103934665603ull;
-    int calls = 0;
-    template <class T>
-    void add(const T* p, size_t n) {
-        const auto* b = reinterpret_cast<const unsigned char*>(p);
-        for (size_t i = 0; i < n * sizeof(T); ++i) h = (h ^ b[i]) * 1099511628211ull;
-    }
-    void add(ZelStatus s) {
-        EXPECT_GE(s, 0) << "call " << calls << " of the digest was refused";
-        ++calls;
-        add(&s, 1);
-    }
-};
+using zt::Digest;
 
-// Values from the generator's integers only, so that every build sees the same data.
-struct Source {
-    std::mt19937 g{1523};
-    int32_t i(int32_t lo, int32_t hi) { return int32_t(lo + int64_t(g() % uint64_t(int64_t(hi) - lo + 1))); }
-    double f(double lo, double hi) { return lo + (hi - lo) * double(i(0, 1 << 20)) / double(1 << 20); }
-    template <class T>
-    vector<T> fill(size_t n, double lo, double hi) {
-        vector<T> v(n);
-        for (auto& e : v) e = T(f(lo, hi));
-        return v;
-    }
+struct Source : zt::DigestSource {
+    Source() : DigestSource(1523) {}
 };
 
 uint64_t filterBanks() {
