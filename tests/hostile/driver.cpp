@@ -53,7 +53,7 @@
 
 namespace {
 
-enum class Role { length, count, step, scale, mode, index, integer, real, in, in_rising, out, table_in, table_out,
+enum class Role { length, count, step, scale, mode, index, integer, real, in, in_rising, in_falling, record, out, table_in, table_out,
                   state, state_out, state_mem, count_in, state_table, unknown };
 enum class Elem { E8u, E16s, E16u, E32s, E32u, E32f, E64s, E64f, EInt, EState, EUnknown };
 
@@ -180,9 +180,31 @@ extern "C" void onSignal(int sig) {
 struct Kind {
     std::vector<const Export*> alloc;
     std::vector<const Export*> init;
-    const Export* release = nullptr;
+    std::vector<const Export*> releases;
 };
 std::map<std::string, Kind> kinds;
+
+// The element type in a name ("_16s" of zelsInitMCRA_32s is "_32s"): one kind
+// of state may be built for several element types, and the functions of one
+// type refuse a state built for another, as they should.
+std::string typeTag(const char* name) {
+    size_t best = std::string::npos;
+    std::string tag;
+    const std::string n = name;
+    for (const char* t : {"_8u", "_16s", "_32s", "_32f", "_64f"}) {
+        const size_t at = n.find(t);
+        if (at != std::string::npos && at < best) best = at, tag = t;
+    }
+    return tag;
+}
+
+// The release for a state built by `builder`: the one of its element type.
+const Export* releaseOf(const Kind& k, const Export* builder) {
+    const std::string tag = builder ? typeTag(builder->name) : std::string();
+    for (const Export* r : k.releases)
+        if (typeTag(r->name) == tag) return r;
+    return k.releases.empty() ? nullptr : k.releases.front();
+}
 std::map<std::string, const Export*> byName;
 
 const Export* queryOf(const Export& e) {
@@ -213,10 +235,11 @@ struct State {
     std::string kind;
     bool callerMemory = false;  // p is a block of ours
     bool live = false;          // to be released after the call
+    const Export* builtBy = nullptr;
 };
 
 class Call;
-State makeState(const std::string& kind, int depth, bool callerMemoryOnly = false);
+State makeState(const std::string& kind, int depth, bool callerMemoryOnly = false, const char* forName = nullptr);
 void releaseState(State& s);
 
 long long goodInt(const Param& p) {
@@ -287,7 +310,7 @@ public:
         return states_.back();
     }
     void* validState(const Param& p) {
-        State s = makeState(p.base, depth_ + 1);
+        State s = makeState(p.base, depth_ + 1, false, e_.name);
         if (s.p == nullptr) return garbageState();
         return keep(s).p;
     }
@@ -319,6 +342,32 @@ public:
                     else if (p.elem == Elem::E64f) { Zel64f w = k; memcpy(one, &w, 8); }
                     else memcpy(one, &v, 4);
                     memcpy(b + size_t(k) * elemSize(p.elem), one, elemSize(p.elem));
+                }
+                break;
+            }
+            case Role::in_falling: {
+                // top, top * 63/64, ... : an autocorrelation, a filter's
+                // small coefficients, line spectral cosines or gains in 0 to 1.
+                a.p = dataBuffer(p, Fill::Good);
+                const double top = p.good[0] ? atof(p.good) : 1.0;
+                for (int k = 0; k < kElems; ++k) {
+                    const double v = top * double(64 - k % 64) / 64.0;
+                    void* at = static_cast<Zel8u*>(a.p) + size_t(k) * elemSize(p.elem);
+                    if (p.elem == Elem::E32f) { Zel32f w = Zel32f(v); memcpy(at, &w, 4); }
+                    else if (p.elem == Elem::E64f) memcpy(at, &v, 8);
+                    else if (p.elem == Elem::E16s) { Zel16s w = Zel16s(llround(v)); memcpy(at, &w, 2); }
+                    else { Zel32s w = Zel32s(llround(v)); memcpy(at, &w, 4); }
+                }
+                break;
+            }
+            case Role::record: {
+                // A configuration record, filled by the library's own defaults.
+                a.p = buffer(kElems * sizeof(double), p.name, false);
+                auto it = byName.find(p.good);
+                if (it != byName.end()) {
+                    Arg one[1];
+                    one[0].p = a.p;
+                    it->second->call(one);
                 }
                 break;
             }
@@ -400,7 +449,7 @@ private:
                 bool ours = false;
                 for (Region& r : regions_)
                     if (r.p == args_[i].p && memcmp(r.before.data(), r.p, sizeof(void*)) == 0) ours = true;
-                if (!ours && built != nullptr) keep(State{built, p.base, false, true});
+                if (!ours && built != nullptr) keep(State{built, p.base, false, true, &e_});
             }
             if (isRelease && s >= 0 && p.role == Role::state)
                 for (State& st : states_)
@@ -417,12 +466,23 @@ private:
     std::vector<State> states_;
 };
 
-State makeState(const std::string& kind, int depth, bool callerMemoryOnly) {
+// Builders of the consumer's element type come first.
+std::vector<const Export*> byType(const std::vector<const Export*>& all, const char* forName) {
+    std::vector<const Export*> out;
+    const std::string tag = forName ? typeTag(forName) : std::string();
+    for (const Export* e : all)
+        if (!tag.empty() && typeTag(e->name) == tag) out.push_back(e);
+    for (const Export* e : all)
+        if (tag.empty() || typeTag(e->name) != tag) out.push_back(e);
+    return out;
+}
+
+State makeState(const std::string& kind, int depth, bool callerMemoryOnly, const char* forName) {
     State s;
     s.kind = kind;
     auto it = kinds.find(kind);
     if (it == kinds.end() || depth > 2) return s;
-    for (const Export* e : it->second.alloc) {
+    for (const Export* e : byType(it->second.alloc, forName)) {
         if (callerMemoryOnly) break;
         Call c(*e, depth);
         int slot = -1;
@@ -434,10 +494,11 @@ State makeState(const std::string& kind, int depth, bool callerMemoryOnly) {
         if (e->call(&c.arg(0)) >= zelStsNoErr && made != nullptr) {
             s.p = made;
             s.live = true;
+            s.builtBy = e;
             return s;
         }
     }
-    for (const Export* e : it->second.init) {
+    for (const Export* e : byType(it->second.init, forName)) {
         Call c(*e, depth);
         int slot = -1;
         for (int i = 0; i < e->n; ++i)
@@ -451,6 +512,7 @@ State makeState(const std::string& kind, int depth, bool callerMemoryOnly) {
             s.p = mem;
             s.callerMemory = true;
             s.live = true;
+            s.builtBy = e;
             return s;
         }
         free(mem);
@@ -466,24 +528,36 @@ void releaseState(State& s) {
         return;
     }
     auto it = kinds.find(s.kind);
-    if (it != kinds.end() && it->second.release != nullptr) {
+    const Export* release = it != kinds.end() ? releaseOf(it->second, s.builtBy) : nullptr;
+    if (release != nullptr) {
         Arg a[1];
         a[0].p = s.p;
-        it->second.release->call(a);
+        release->call(a);
     } else {
         zelFree(s.p);
     }
 }
 
+// A builder of this kind for an element type other than the consumer's.
+const Export* otherTypeBuilder(const std::string& kind, const char* consumer) {
+    auto it = kinds.find(kind);
+    const std::string tag = typeTag(consumer);
+    if (it == kinds.end() || tag.empty()) return nullptr;
+    for (const auto* list : {&it->second.alloc, &it->second.init})
+        for (const Export* b : *list)
+            if (!typeTag(b->name).empty() && typeTag(b->name) != tag) return b;
+    return nullptr;
+}
+
 // A state of caller memory, built and then released: cleared, not freed.
 void* clearedState(Call& c, const std::string& kind) {
     auto it = kinds.find(kind);
-    if (it == kinds.end() || it->second.release == nullptr) return nullptr;
-    State s = makeState(kind, 1, true);
+    if (it == kinds.end() || it->second.releases.empty()) return nullptr;
+    State s = makeState(kind, 1, true, c.exp().name);
     if (s.p == nullptr) return nullptr;
     Arg a[1];
     a[0].p = s.p;
-    const bool cleared = it->second.release->call(a) >= 0;
+    const bool cleared = releaseOf(it->second, s.builtBy)->call(a) >= 0;
     s.live = true;  // the block itself is still ours
     c.keep(s);
     return cleared ? s.p : nullptr;
@@ -567,12 +641,21 @@ void forEachVariant(Call& c, int i, F f) {
             break;
         case Role::in:
         case Role::in_rising:
+        case Role::in_falling:
         case Role::count_in:
             pointer("null", nullptr);
             pointer("NaN data", c.dataBuffer(p, Fill::NaN));
             pointer("infinite data", c.dataBuffer(p, Fill::Inf));
             pointer("extreme data", c.dataBuffer(p, Fill::Extreme));
             break;
+        case Role::record: {
+            pointer("null", nullptr);
+            void* zero = c.buffer(kElems * sizeof(double), "zeroed record", false);
+            memset(zero, 0, kElems * sizeof(double));
+            pointer("zeroed record", zero);
+            pointer("garbage record", c.buffer(kElems * sizeof(double), "garbage record", false));
+            break;
+        }
         case Role::out:
             pointer("null", nullptr);
             // The same memory as the first input of the same element type.
@@ -612,6 +695,10 @@ void forEachVariant(Call& c, int i, F f) {
                     if (other.p != nullptr) pointer("wrong-kind state", c.keep(other).p);
                 }
             if (void* cleared = clearedState(c, p.base)) pointer("cleared state", cleared);
+            if (const Export* other = otherTypeBuilder(p.base, e.name)) {
+                State s = makeState(p.base, 1, false, other->name);
+                if (s.p != nullptr) pointer("state of another element type", c.keep(s).p);
+            }
             break;
         }
         default: break;
@@ -701,10 +788,11 @@ void sizeCase(const Export& init, const Export& query, int slot, const std::vect
     // A built state in our memory may hold allocations of its own.
     if (is >= 0) {
         auto it = kinds.find(init.p[slot].base);
-        if (it != kinds.end() && it->second.release != nullptr) {
+        const Export* release = it != kinds.end() ? releaseOf(it->second, &init) : nullptr;
+        if (release != nullptr) {
             Arg a[1];
             a[0].p = mem;
-            it->second.release->call(a);
+            release->call(a);
         }
     }
     free(mem);
@@ -766,7 +854,7 @@ int main(int argc, char** argv) {
             const Param& p = e.p[i];
             if (p.role == Role::state_out) kinds[p.base].alloc.push_back(&e);
             if (p.role == Role::state_mem && queryOf(e) != nullptr) kinds[p.base].init.push_back(&e);
-            if (p.role == Role::state && e.n == 1 && strstr(e.name, "Free") != nullptr) kinds[p.base].release = &e;
+            if (p.role == Role::state && e.n == 1 && strstr(e.name, "Free") != nullptr) kinds[p.base].releases.push_back(&e);
         }
     // The builder with the most arguments makes the most complete state (a
     // bank with its centres and weights rather than an empty one).
@@ -792,6 +880,6 @@ int main(int argc, char** argv) {
     printf("\n");
     for (const auto& k : kinds)
         printf("  state %s: %s%s%s\n", k.first.c_str(), k.second.alloc.empty() ? "" : "allocating builder ",
-               k.second.init.empty() ? "" : "builder in caller memory ", k.second.release ? "release" : "no release");
+               k.second.init.empty() ? "" : "builder in caller memory ", k.second.releases.empty() ? "no release" : "release");
     return stats.writesOnError == 0 ? 0 : 1;
 }
