@@ -10,33 +10,7 @@
 namespace zel::fft::avx2 {
 namespace {
 
-struct L4 {
-    __m128 v;
-    static constexpr int kW = 4;
-    static L4 load(const float* p) { return {_mm_loadu_ps(p)}; }
-    static void store(float* p, L4 a) { _mm_storeu_ps(p, a.v); }
-    static L4 set1(float x) { return {_mm_set1_ps(x)}; }
-    static L4 zero() { return {_mm_setzero_ps()}; }
-    static L4 loadBlocks(const float* p, int64_t) { return load(p); }
-    static void loadDeinterleaved(const float* p, L4& re, L4& im) {
-        const __m128 lo = _mm_loadu_ps(p), hi = _mm_loadu_ps(p + 4);
-        re.v = _mm_shuffle_ps(lo, hi, _MM_SHUFFLE(2, 0, 2, 0));
-        im.v = _mm_shuffle_ps(lo, hi, _MM_SHUFFLE(3, 1, 3, 1));
-    }
-    static void storeInterleaved(float* p, L4 a, L4 b) {
-        _mm_storeu_ps(p, _mm_unpacklo_ps(a.v, b.v));
-        _mm_storeu_ps(p + 4, _mm_unpackhi_ps(a.v, b.v));
-    }
-    static L4 reverse(L4 a) { return {_mm_shuffle_ps(a.v, a.v, _MM_SHUFFLE(0, 1, 2, 3))}; }
-    static void transpose4(L4& a, L4& b, L4& c, L4& d) { _MM_TRANSPOSE4_PS(a.v, b.v, c.v, d.v); }
-    static void storeGrouped(float* p, const L4 (&y)[4]) {
-        for (int r = 0; r < 4; ++r) store(p + 4 * r, y[r]);
-    }
-    static L4 spreadGroups(const float* p, int o) { return set1(p[o]); }
-};
-inline L4 add(L4 a, L4 b) { return {_mm_add_ps(a.v, b.v)}; }
-inline L4 sub(L4 a, L4 b) { return {_mm_sub_ps(a.v, b.v)}; }
-inline L4 mul(L4 a, L4 b) { return {_mm_mul_ps(a.v, b.v)}; }
+#include "frame/fft_lanes4.inc"
 
 struct L8 {
     __m256 v;
