@@ -3,10 +3,10 @@
  *
  *   zelsr_align [input.wav [speed]]
  *
- * Reads 16-bit mono speech (the bundled recording by default), makes a copy
+ * Reads mono speech (the bundled recording by default), makes a copy
  * played at `speed` (0.9 by default: longer and lower) with the library's
  * general-ratio resampler, computes 12 cepstra and c0 for every 25 ms frame
- * of both as the demo does, and aligns the two sequences with dynamic time
+ * of both with the streaming feature extractor, and aligns the two sequences with dynamic time
  * warping. The library returns the cost of the best alignment; the program
  * traces that path with a plain dynamic program of its own under the same
  * band and moves, and prints how far the path strays from the straight line
@@ -18,54 +18,14 @@
 #include <string.h>
 
 #include "audio_io.h"
+#include "cepstra.h"
 #include "zelsr.h"
 
 #ifndef ZELSR_DEMO_WAV
 #define ZELSR_DEMO_WAV "speech16k.wav"
 #endif
 
-enum { kFilters = 23, kCepstra = 12, kStatic = kCepstra + 1, kBand = 20 };
-
-/* Cepstra and c0 of every 25 ms frame, 10 ms apart; NULL on failure. */
-static float* cepstra(const float* x, int count, int rate, int* pFrames) {
-    const int win = rate / 40, hop = rate / 100;
-    const int frames = count < win ? 0 : 1 + (count - win) / hop;
-    ZelFBankState_32f* bank = NULL;
-    ZelDCTLifterState_32f* lifter = NULL;
-    int order = 0, t, j, ok = frames > 0;
-    float *window = NULL, *frame = NULL, *cep = NULL;
-
-    ok = ok && zelsMelFBankInitAlloc_32f(&bank, &order, win, (float)rate, 64.0f, rate / 2.0f, kFilters, 1127.0f,
-                                         700.0f, zelFBankMelWeights | zelFBankMagnitudeInput) >= 0;
-    ok = ok && zelsDCTLifterInitAlloc_C0_32f(&lifter, kFilters, kCepstra, 22, 1.0f, 1.0f) >= 0;
-    if (ok) {
-        window = (float*)malloc(sizeof(float) * win);
-        frame = (float*)malloc(sizeof(float) * (1u << order));
-        cep = (float*)malloc(sizeof(float) * kStatic * frames);
-        ok = window && frame && cep;
-    }
-    for (j = 0; ok && j < win; ++j)
-        window[j] = (float)(0.54 - 0.46 * cos(2 * 3.14159265358979323846 * j / (win - 1)));
-    for (t = 0; ok && t < frames; ++t) {
-        const float* s = x + (size_t)t * hop;
-        float energy[kFilters], logMel[kFilters];
-        for (j = 0; j < win; ++j) frame[j] = window[j] * (s[j] - 0.97f * (j ? s[j - 1] : s[0]));
-        memset(frame + win, 0, sizeof(float) * ((1u << order) - win));
-        ok = zelsEvalFBank_32f(frame, energy, bank) >= 0;
-        for (j = 0; j < kFilters; ++j) logMel[j] = logf(energy[j] > 1e-3f ? energy[j] : 1e-3f);
-        ok = ok && zelsDCTLifter_32f(logMel, cep + (size_t)t * kStatic, lifter) >= 0;
-    }
-    zelsDCTLifterFree_32f(lifter);
-    zelsFBankFree_32f(bank);
-    free(window);
-    free(frame);
-    if (!ok) {
-        free(cep);
-        return NULL;
-    }
-    *pFrames = frames;
-    return cep;
-}
+enum { kStatic = 13 /* 12 cepstra and c0 */, kBand = 20 };
 
 /* The input played at `speed`: count / speed samples at the same rate. */
 static float* slowDown(const float* x, int count, double speed, int* pCount) {
@@ -141,7 +101,7 @@ static double tracePath(const float* rows, int n, const float* cols, int m, int 
 int main(int argc, char** argv) {
     const char* wavPath = argc > 1 ? argv[1] : ZELSR_DEMO_WAV;
     const double speed = argc > 2 ? atof(argv[2]) : 0.9;
-    int count = 0, rate = 0, slowCount = 0, n = 0, m = 0, nr, nc, i, status = 1, worstRow = 0;
+    int count = 0, rate = 0, slowCount = 0, n = 0, m = 0, dim = 0, nr, nc, i, status = 1, worstRow = 0;
     float *pcm = NULL, *slow = NULL, *a = NULL, *b = NULL, *rows, *cols, cost = 0, costBeam = 0;
     int* path = NULL;
     double traced, worst = 0, sum = 0;
@@ -153,8 +113,8 @@ int main(int argc, char** argv) {
     pcm = exampleReadAudio32f(wavPath, &count, &rate);
     if (!pcm) return 1;
     slow = slowDown(pcm, count, speed, &slowCount);
-    a = cepstra(pcm, count, rate, &m);
-    b = slow ? cepstra(slow, slowCount, rate, &n) : NULL;
+    a = exampleCepstra(pcm, count, rate, 0, &m, &dim);
+    b = slow ? exampleCepstra(slow, slowCount, rate, 0, &n, &dim) : NULL;
     if (!a || !b) {
         fprintf(stderr, "%s: too short or not processable\n", wavPath);
         goto out;

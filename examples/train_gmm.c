@@ -3,9 +3,10 @@
  *
  *   zelsr_train_gmm [input.wav [model.txt]]
  *
- * Reads 16-bit mono speech (the bundled recording by default) and turns it
- * into 39-dimensional features as the demo does: 25 ms frames every 10 ms, a
- * 23-filter mel bank, 12 cepstra and c0, deltas and delta-deltas. Then it
+ * Reads mono speech (the bundled recording by default) and turns it into
+ * 39-dimensional features with the streaming feature extractor: 25 ms frames
+ * every 10 ms, a 23-filter mel bank, 12 cepstra and c0, deltas and
+ * delta-deltas. Then it
  * trains a mixture by expectation-maximisation, growing it from 1 to 16
  * components by splitting every component in two:
  *
@@ -30,6 +31,7 @@
 #include <string.h>
 
 #include "audio_io.h"
+#include "cepstra.h"
 #include "zelsr.h"
 
 #ifndef ZELSR_DEMO_WAV
@@ -37,11 +39,7 @@
 #endif
 
 enum {
-    kFilters = 23,
-    kCepstra = 12,
-    kStatic = kCepstra + 1,
-    kDim = 3 * kStatic,
-    kHistory = 6,
+    kDim = 39, /* 13 cepstra, their deltas and delta-deltas */
     kMaxMix = 16,
     kIterations = 8
 };
@@ -59,75 +57,23 @@ static int check(ZelStatus s, const char* what) {
 
 /* Cepstra with deltas, kDim doubles per frame; NULL after printing why. */
 static double* computeFeatures(const char* wavPath, int* pFrames) {
-    int count = 0, rate = 0, order = 0, fftLen, win, hop, frames, t, j, done, block, ok = 0;
-    int16_t* pcm = exampleReadAudio16(wavPath, &count, &rate);
-    ZelFBankState_32f* bank = NULL;
-    ZelDCTLifterState_32f* lifter = NULL;
-    float *window = NULL, *frame = NULL, *cep = NULL, *feat = NULL;
+    int count = 0, rate = 0, frames = 0, dim = 0, j;
+    float* pcm = exampleReadAudio32f(wavPath, &count, &rate);
+    float* feat = pcm ? exampleCepstra(pcm, count, rate, 2, &frames, &dim) : NULL;
     double* out = NULL;
 
-    if (!pcm) return NULL;
-    win = rate / 40;  /* 25 ms */
-    hop = rate / 100; /* 10 ms */
-    frames = count < win ? 0 : 1 + (count - win) / hop;
-    printf("%s: %d samples at %d Hz, %d frames of %d features\n", wavPath, count, rate, frames, kDim);
-    if (frames < 4 * kMaxMix) {
-        fprintf(stderr, "%s: need at least %d frames\n", wavPath, 4 * kMaxMix);
-        goto out;
-    }
-    if (check(zelsMelFBankInitAlloc_32f(&bank, &order, win, (float)rate, 64.0f, rate / 2.0f, kFilters, 1127.0f, 700.0f,
-                                        zelFBankMelWeights | zelFBankMagnitudeInput),
-              "mel bank"))
-        goto out;
-    if (check(zelsDCTLifterInitAlloc_C0_32f(&lifter, kFilters, kCepstra, 22, 1.0f, 1.0f), "DCT lifter")) goto out;
-    fftLen = 1 << order;
-    window = (float*)malloc(sizeof(float) * win);
-    frame = (float*)malloc(sizeof(float) * fftLen);
-    cep = (float*)malloc(sizeof(float) * kStatic * frames);
-    feat = (float*)malloc(sizeof(float) * kDim * frames);
-    out = (double*)malloc(sizeof(double) * kDim * frames);
-    if (!window || !frame || !cep || !feat || !out) {
-        fprintf(stderr, "out of memory\n");
-        goto out;
-    }
-    for (j = 0; j < win; ++j) window[j] = (float)(0.54 - 0.46 * cos(2 * 3.14159265358979323846 * j / (win - 1)));
-    for (t = 0; t < frames; ++t) {
-        const int16_t* x = pcm + (size_t)t * hop;
-        float energy[kFilters], logMel[kFilters];
-        /* Pre-emphasis, Hamming window, zero padding to the FFT length. */
-        for (j = 0; j < win; ++j) frame[j] = window[j] * (x[j] - 0.97f * (j ? x[j - 1] : x[0]));
-        memset(frame + win, 0, sizeof(float) * (fftLen - win));
-        if (check(zelsEvalFBank_32f(frame, energy, bank), "filter bank")) goto out;
-        for (j = 0; j < kFilters; ++j) logMel[j] = logf(energy[j] > 1e-3f ? energy[j] : 1e-3f);
-        if (check(zelsDCTLifter_32f(logMel, cep + t * kStatic, lifter), "DCT lifter")) goto out;
-    }
-    /* Deltas and delta-deltas over the whole recording in blocks, as a
-       streaming caller computes them. */
-    for (done = 0, block = 64; done < frames; done += block) {
-        int first = done == 0, last = done + block >= frames;
-        int mode = (first ? zelBeginStream : 0) | (last ? zelEndStream : 0);
-        if (last) block = frames - done;
-        if (check(zelsDeltaDelta_Win2_32f_D2(cep + (size_t)done * kStatic, kStatic,
-                                             feat + (size_t)(first ? 0 : done - kHistory) * kDim, kDim, block,
-                                             1.0f / 10, 1.0f / 10, mode),
-                  "deltas"))
-            goto out;
-    }
-    for (j = 0; j < kDim * frames; ++j) out[j] = feat[j];
-    *pFrames = frames;
-    ok = 1;
-out:
-    zelsDCTLifterFree_32f(lifter);
-    zelsFBankFree_32f(bank);
-    free(window);
-    free(frame);
-    free(cep);
-    free(feat);
     free(pcm);
-    if (!ok) {
-        free(out);
-        out = NULL;
+    if (!feat) return NULL;
+    printf("%s: %d samples at %d Hz, %d frames of %d features\n", wavPath, count, rate, frames, dim);
+    if (dim != kDim || frames < 4 * kMaxMix) {
+        fprintf(stderr, "%s: need at least %d frames of %d features\n", wavPath, 4 * kMaxMix, kDim);
+    } else if (!(out = (double*)malloc(sizeof(double) * kDim * frames))) {
+        fprintf(stderr, "out of memory\n");
+    } else {
+        for (j = 0; j < kDim * frames; ++j) out[j] = feat[j];
+        *pFrames = frames;
     }
+    free(feat);
     return out;
 }
 

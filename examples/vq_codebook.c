@@ -3,9 +3,9 @@
  *
  *   zelsr_vq_codebook [input.wav]
  *
- * Reads 16-bit mono speech (the bundled recording by default), turns it into
- * 12 cepstra and c0 per 10 ms frame with the mel bank and the DCT lifter,
- * and trains codebooks on them by repeated splitting: 1, 2, 4, ... 256
+ * Reads mono speech (the bundled recording by default), turns it into 12
+ * cepstra and c0 per 10 ms frame with the streaming feature extractor, and
+ * trains codebooks on them by repeated splitting: 1, 2, 4, ... 256
  * codewords. For each size it quantizes every frame with the tree search and
  * with an exact search over the same codewords and prints both mean
  * distortions, then shows how the frames spread over the 256 codewords.
@@ -16,64 +16,18 @@
 #include <string.h>
 
 #include "audio_io.h"
+#include "cepstra.h"
 #include "zelsr.h"
 
 #ifndef ZELSR_DEMO_WAV
 #define ZELSR_DEMO_WAV "speech16k.wav"
 #endif
 
-enum { kFilters = 23, kCepstra = 12, kStatic = kCepstra + 1, kMaxCodewords = 256 };
+enum { kStatic = 13 /* 12 cepstra and c0 */, kMaxCodewords = 256 };
 
 static int check(ZelStatus s, const char* what) {
     if (s < 0) fprintf(stderr, "%s failed with status %d\n", what, s);
     return s < 0;
-}
-
-/* Cepstra of every 25 ms frame, 10 ms apart, as rows of kStatic; NULL on failure. */
-static float* cepstra(const int16_t* pcm, int count, int rate, int* pFrames) {
-    int order = 0, fftLen, win = rate / 40, hop = rate / 100, frames, t, j, ok = 0;
-    ZelFBankState_32f* bank = NULL;
-    ZelDCTLifterState_32f* lifter = NULL;
-    float *window = NULL, *frame = NULL, *cep = NULL;
-
-    frames = count < win ? 0 : 1 + (count - win) / hop;
-    *pFrames = frames;
-    if (frames < 1) {
-        fprintf(stderr, "the recording is shorter than one frame\n");
-        return NULL;
-    }
-    if (check(zelsMelFBankInitAlloc_32f(&bank, &order, win, (float)rate, 64.0f, rate / 2.0f, kFilters, 1127.0f, 700.0f,
-                                        zelFBankMelWeights | zelFBankMagnitudeInput),
-              "mel bank"))
-        goto out;
-    if (check(zelsDCTLifterInitAlloc_C0_32f(&lifter, kFilters, kCepstra, 22, 1.0f, 1.0f), "DCT lifter")) goto out;
-    fftLen = 1 << order;
-    window = (float*)malloc(sizeof(float) * win);
-    frame = (float*)malloc(sizeof(float) * fftLen);
-    cep = (float*)malloc(sizeof(float) * kStatic * frames);
-    if (!window || !frame || !cep) goto out;
-    for (j = 0; j < win; ++j) window[j] = (float)(0.54 - 0.46 * cos(2 * 3.14159265358979323846 * j / (win - 1)));
-    for (t = 0; t < frames; ++t) {
-        const int16_t* x = pcm + (size_t)t * hop;
-        float energy[kFilters], logMel[kFilters];
-        /* Pre-emphasis, Hamming window, zero padding to the FFT length. */
-        for (j = 0; j < win; ++j) frame[j] = window[j] * (x[j] - 0.97f * (j ? x[j - 1] : x[0]));
-        memset(frame + win, 0, sizeof(float) * (fftLen - win));
-        if (check(zelsEvalFBank_32f(frame, energy, bank), "filter bank")) goto out;
-        for (j = 0; j < kFilters; ++j) logMel[j] = logf(energy[j] > 1e-3f ? energy[j] : 1e-3f);
-        if (check(zelsDCTLifter_32f(logMel, cep + (size_t)t * kStatic, lifter), "DCT lifter")) goto out;
-    }
-    ok = 1;
-out:
-    zelsFBankFree_32f(bank);
-    zelsDCTLifterFree_32f(lifter);
-    free(window);
-    free(frame);
-    if (!ok) {
-        free(cep);
-        return NULL;
-    }
-    return cep;
 }
 
 /* Mean squared distance of the frames to the codewords the search returns. */
@@ -103,15 +57,15 @@ static double exactDistortion(const ZelCdbkState_32f* cb, const float* cep, int 
 
 int main(int argc, char** argv) {
     const char* wavPath = argc > 1 ? argv[1] : ZELSR_DEMO_WAV;
-    int count = 0, rate = 0, frames = 0, size, t, status = 1;
-    int16_t* pcm;
+    int count = 0, rate = 0, frames = 0, dim = 0, size, t, status = 1;
+    float* pcm;
     float *cep = NULL, *dist = NULL, *exactDist = NULL;
     Zel32s *idx = NULL, *exact = NULL;
     ZelCdbkState_32f* cb = NULL;
 
-    pcm = exampleReadAudio16(wavPath, &count, &rate);
+    pcm = exampleReadAudio32f(wavPath, &count, &rate);
     if (!pcm) return 1;
-    cep = cepstra(pcm, count, rate, &frames);
+    cep = exampleCepstra(pcm, count, rate, 0, &frames, &dim);
     free(pcm);
     if (!cep) return 1;
     printf("%s: %d frames of %d cepstra\n", wavPath, frames, kStatic);
