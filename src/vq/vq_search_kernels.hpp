@@ -7,7 +7,12 @@
 // observation and the query as the mean.
 //
 // A Searcher holds the working memory of one call and serves every vector
-// of it; it only reads the codebook.
+// of it; it only reads the codebook. The vectors of a call against a full
+// table without grid are scanned a block at a time (vq_scan_kernels.hpp, on
+// the widest instruction set the processor has), with the indices and
+// distances of the one-vector scan. The codebook's own layout is fixed by
+// its record and its caller-sized form, so it is the block of queries that
+// is laid out column by column, once per block.
 #pragma once
 
 #include <float.h>
