@@ -5,8 +5,8 @@
 // one thread (ratio "x_faiss", the library's rate over FAISS's); the tree
 // search of a trained 256-entry codebook runs beside the loop and the flat
 // index over that codebook's rows. The library runs on the best instruction
-// set of the processor and again on the baseline kernels. Counters:
-// vectors/s and the ratios.
+// set of the processor (BM_zelsVQ_32f), then capped to AVX2 and to the
+// baseline kernels. Counters: vectors/s and the ratios.
 #include <benchmark/benchmark.h>
 #include <faiss/IndexFlat.h>
 #include <omp.h>
@@ -130,18 +130,26 @@ void BM_zelsVQ_32f(benchmark::State& st) {
     if (auto it = faissRates().find(key(n, tree)); it != faissRates().end()) st.counters["x_faiss"] = calls / it->second;
 }
 
-// The same on the baseline kernels (SSE4.1), where the processor has AVX2.
-void BM_zelsVQ_32f_Baseline(benchmark::State& st) {
-    const zel::Isa cap = zel::setMaxIsaForTesting(zel::Isa::kBaseline);
+// The same on each narrower path the processor has: the AVX2 kernels where
+// it has AVX-512, the baseline kernels (SSE4.1) where it has AVX2.
+void runCapped(benchmark::State& st, zel::Isa isa) {
+    if (zel::bestIsa() < isa) {
+        st.SkipWithError("path not available on this processor");
+        return;
+    }
+    const zel::Isa cap = zel::setMaxIsaForTesting(isa);
     BM_zelsVQ_32f(st);
     zel::setMaxIsaForTesting(cap);
 }
+void BM_zelsVQ_32f_Avx2(benchmark::State& st) { runCapped(st, zel::Isa::kAvx2); }
+void BM_zelsVQ_32f_Baseline(benchmark::State& st) { runCapped(st, zel::Isa::kBaseline); }
 
 // Baseline first, then the peer, then the library, for each codebook.
 #define VQ_CASES(B) B->Args({256, 0})->Args({1024, 0})->Args({256, 1})->Unit(benchmark::kMillisecond)
 VQ_CASES(BENCHMARK(BM_Plain_VQ_32f));
 VQ_CASES(BENCHMARK(BM_Faiss_FlatL2));
 VQ_CASES(BENCHMARK(BM_zelsVQ_32f));
+VQ_CASES(BENCHMARK(BM_zelsVQ_32f_Avx2));
 VQ_CASES(BENCHMARK(BM_zelsVQ_32f_Baseline));
 
 }  // namespace

@@ -34,14 +34,10 @@ ZelStatus searchRows(const T* pSrc, int step, Zel32s* pIndx, float* pDist, int h
     if (!knownHint(r)) return zelStsNoErr;
     Searcher<T> s(r);
     if (!s.ok()) return zelStsMemAllocErr;
-    for (int y = 0; y < height; ++y) {
-        int32_t idx;
-        float sq;
-        if (ZelStatus st = s.one(pSrc + int64_t(y) * step, idx, sq)) return st;
+    return s.rows(pSrc, step, height, [&](int y, int32_t idx, float sq) {
         pIndx[y] = idx;
         if (pDist) pDist[y] = sqrtf(sq);
-    }
-    return zelStsNoErr;
+    });
 }
 
 template <class T>
@@ -195,13 +191,11 @@ ZelStatus splitVQ(const T* pSrc, int srcStep, Out* pDst, int dstStep, int height
         if (knownHint(c)) {
             Searcher<T> sr(c);
             if (!sr.ok()) return zelStsMemAllocErr;
-            for (int y = 0; y < height; ++y) {
-                int32_t idx;
-                float sq;
-                if (ZelStatus st = sr.one(pSrc + int64_t(y) * srcStep + at, idx, sq)) return st;
-                if constexpr (D == Dst::Bits) ind.p[int64_t(y) * nStreams + s] = idx;
-                else pDst[int64_t(y) * dstStep + s] = static_cast<Out>(idx);
-            }
+            if (ZelStatus st = sr.rows(pSrc + at, srcStep, height, [&](int y, int32_t idx, float) {
+                    if constexpr (D == Dst::Bits) ind.p[int64_t(y) * nStreams + s] = idx;
+                    else pDst[int64_t(y) * dstStep + s] = static_cast<Out>(idx);
+                }))
+                return st;
         }
         at += c.width;
     }

@@ -7,7 +7,12 @@
 // observation and the query as the mean.
 //
 // A Searcher holds the working memory of one call and serves every vector
-// of it; it only reads the codebook.
+// of it; it only reads the codebook. The vectors of a call against a full
+// table without grid are scanned a block at a time (vq_scan_kernels.hpp, on
+// the widest instruction set the processor has), with the indices and
+// distances of the one-vector scan. The codebook's own layout is fixed by
+// its record and its caller-sized form, so it is the block of queries that
+// is laid out column by column, once per block.
 #pragma once
 
 #include <float.h>
@@ -16,8 +21,10 @@
 #include <stdint.h>
 #include <string.h>
 
+#include "frame/dispatch.hpp"
 #include "simd/simd.hpp"
 #include "vq/cdbk.hpp"
+#include "vq/vq_scan_kernels.hpp"
 
 namespace zel::vq::search {
 
@@ -53,6 +60,33 @@ inline void firstMin(const float* d, int n, int base, float& best, int32_t& bi) 
 // Rows scored by one call of the scan.
 constexpr int kChunk = 512;
 
+// The lane vocabulary of the blocked scan (vq_scan_kernels.hpp) on the
+// baseline vectors. A broadcast costs a shuffle here, so a block holds three
+// registers of queries (12) and takes one row at a time.
+struct Lanes4 {
+    using F = simd::F32x4;
+    using I = simd::I32x4;
+    using M = simd::F32x4;
+    static constexpr int kLanes = 4;
+    static F load(const float* p) { return simd::loadu4f(p); }
+    static F set1(float x) { return simd::set1(x); }
+    static F zero() { return simd::zero4f(); }
+    static F add(F a, F b) { return simd::add(a, b); }
+    static F sub(F a, F b) { return simd::sub(a, b); }
+    static F mul(F a, F b) { return simd::mul(a, b); }
+    static M less(F a, F b) { return simd::cmplt(a, b); }
+    static F pick(M m, F a, F b) { return simd::select(m, a, b); }
+    static I index(int32_t i) { return simd::set1(i); }
+    static I pickIndex(M m, I a, I b) { return simd::asInt(simd::select(m, simd::asFloat(a), simd::asFloat(b))); }
+    static void store(float* p, F a) { simd::storeu(p, a); }
+    static void storeIndex(int32_t* p, I a) { simd::storeu(p, a); }
+};
+
+// Queries per block of the baseline scan and of the widest.
+constexpr int kBaseQueries = 3 * Lanes4::kLanes;
+constexpr int kMaxLanes = 16;
+static_assert(kBaseQueries <= kMaxLanes);
+
 template <class T>
 class Searcher {
 public:
@@ -63,7 +97,7 @@ public:
         const int k = n ? n->nNeighbours : 0;
         m_ = k + 1 > 4 ? k + 1 : 4;
         const bool image = sizeof(T) == 2 && (r.hint == kFull);
-        const uint64_t floats = uint64_t(width_) * 2 + uint64_t(m_) * uint64_t(width_) +
+        const uint64_t floats = uint64_t(width_) * (2 + kMaxLanes) + uint64_t(m_) * uint64_t(width_) +
                                 uint64_t(kChunk > m_ ? kChunk : m_) + (image ? uint64_t(r.nEntries) * uint64_t(width_) : 0) + 64;
         ok_ = mem_.alloc(floats) && ptrs_.alloc(uint64_t(m_)) && iscores_.alloc(uint64_t(m_)) && nodes_.alloc(uint64_t(m_));
         if (!ok_) return;
@@ -72,6 +106,7 @@ public:
         wf_ = p, p += width_;
         rowsF_ = p, p += size_t(m_) * width_;
         scores_ = p, p += (kChunk > m_ ? kChunk : m_);
+        xt_ = p, p += size_t(kMaxLanes) * width_;
         toFloat(static_cast<const T*>(r.pWeights), wf_, width_);
         if constexpr (sizeof(T) == 4) {
             table_ = static_cast<const float*>(r.pTable);
@@ -107,6 +142,43 @@ public:
         }
         idx = leaf->index;
         sq = sqDistance(rowAsFloat(tableRow<T>(r_, idx), 0), xf_, w(), width_);
+        return zelStsNoErr;
+    }
+
+    // The index and squared distance found for each of `count` vectors,
+    // `step` elements apart, handed to out(y, index, squared distance). A
+    // full table without grid is scanned a block of vectors at a time, with
+    // the results of the one-vector scan.
+    template <class Out>
+    ZelStatus rows(const T* src, int64_t step, int count, Out out) {
+        if (r_.hint != kFull || (r_.flags & kHasGrid) || !table_ || r_.nEntries < 1) {
+            for (int y = 0; y < count; ++y) {
+                int32_t idx;
+                float sq;
+                if (ZelStatus s = one(src + step * y, idx, sq)) return s;
+                out(y, idx, sq);
+            }
+            return zelStsNoErr;
+        }
+        const scan::ScanTable t{table_, tableStride_, r_.nEntries, width_, w()};
+        int lanes = kBaseQueries;
+        void (*block)(const scan::ScanTable&, const float*, int32_t*, float*) = scan::nearestBlock<Lanes4, 3, 1>;
+        if constexpr (kBuiltWithAvx2) {
+            if (runsAvx512()) lanes = scan::avx512::kLanes, block = scan::avx512::nearestBlock;
+            else if (runsAvx2()) lanes = scan::avx2::kLanes, block = scan::avx2::nearestBlock;
+        }
+        alignas(64) int32_t bi[kMaxLanes];
+        alignas(64) float bs[kMaxLanes];
+        for (int y0 = 0; y0 < count; y0 += lanes) {
+            const int m = count - y0 < lanes ? count - y0 : lanes;
+            // Column by column; the lanes past the last vector repeat it.
+            for (int q = 0; q < lanes; ++q) {
+                const T* x = src + step * (y0 + (q < m ? q : m - 1));
+                for (int j = 0; j < width_; ++j) xt_[ptrdiff_t(j) * lanes + q] = static_cast<float>(x[j]);
+            }
+            block(t, xt_, bi, bs);
+            for (int q = 0; q < m; ++q) out(y0 + q, bi[q], bs[q]);
+        }
         return zelStsNoErr;
     }
 
@@ -337,6 +409,7 @@ private:
     float* wf_ = nullptr;
     float* rowsF_ = nullptr;
     float* scores_ = nullptr;
+    float* xt_ = nullptr;
     const float* table_ = nullptr;
     int tableStride_ = 0;
 };
