@@ -3,73 +3,26 @@
 // the C interface. Arrays must already have the element type, shape and
 // C-contiguous layout a function reads, so that nothing is copied or
 // converted behind the caller's back; anything else is a clear exception.
-#include <pybind11/numpy.h>
-#include <pybind11/pybind11.h>
-
+#include <mutex>
 #include <string>
 #include <vector>
 
-#include "zelcore.h"
-#include "zelsr.h"
+#include "common.hpp"
 
-namespace py = pybind11;
+using namespace zelpy;
 
 namespace {
 
-const char* statusName(int s) {
-    switch (s) {
-#define N(x) case x: return #x;
-        N(zelStsNoErr) N(zelStsErr) N(zelStsBadArgErr) N(zelStsSizeErr) N(zelStsRangeErr) N(zelStsNullPtrErr)
-        N(zelStsMemAllocErr) N(zelStsDivByZeroErr) N(zelStsFftOrderErr) N(zelStsFftFlagErr)
-        N(zelStsContextMatchErr) N(zelStsStrideErr) N(zelStsSvdCnvgErr) N(zelStsCdbkFlagErr) N(zelStsNegOccErr)
-        N(zelStsFBankFlagErr) N(zelStsMelFlagErr) N(zelStsMelFreqErr) N(zelStsLspRootErr) N(zelStsLspOrderErr)
-        N(zelStsUnstableLpErr) N(zelStsLpcCalcErr) N(zelStsLengthRangeErr) N(zelStsCdbkKindErr)
-        N(zelStsSqrtNegArg) N(zelStsSingularity) N(zelStsDivByZero) N(zelStsLnZeroArg) N(zelStsLnNegArg)
-        N(zelStsResFloor) N(zelStsZeroOcc) N(zelStsCdbkSizeWarn)
-#undef N
-        default: return "zelStsUnknown";
-    }
-}
-
-// A negative status raises zelsr.Error, a positive one a zelsr.StatusWarning
-// (the Python side decides how both look).
-void check(ZelStatus s, const char* where) {
-    if (s == zelStsNoErr) return;
-    py::module_::import("zelsr._status").attr("report")(int(s), statusName(s), where);
-}
-
-template <class T>
-const char* typeName() {
-    if constexpr (std::is_same_v<T, float>) return "float32";
-    else if constexpr (std::is_same_v<T, double>) return "float64";
-    else if constexpr (std::is_same_v<T, int16_t>) return "int16";
-    else return "int32";
-}
-
-// The array as the C function reads it: the exact dtype, C-contiguous, of
-// `ndim` dimensions and not empty.
-template <class T>
-py::array_t<T> need(const py::array& a, const char* name, int ndim) {
-    if (!py::isinstance<py::array_t<T>>(a) || !a.dtype().is(py::dtype::of<T>()))
-        throw py::type_error(std::string(name) + ": expected a numpy array of dtype " + typeName<T>() + ", got " +
-                             std::string(py::str(a.dtype())));
-    if (a.ndim() != ndim)
-        throw py::value_error(std::string(name) + ": expected " + std::to_string(ndim) + " dimension(s), got " +
-                              std::to_string(a.ndim()));
-    if (!(a.flags() & py::array::c_style))
-        throw py::value_error(std::string(name) + ": the array must be C-contiguous (use numpy.ascontiguousarray)");
-    if (a.size() == 0) throw py::value_error(std::string(name) + ": the array is empty");
-    if (a.size() > 0x7fffffff) throw py::value_error(std::string(name) + ": the array is too large");
-    return py::reinterpret_borrow<py::array_t<T>>(a);
-}
-
-int dimOf(const py::array& a, int k) { return int(a.shape(k)); }
 
 // ---- Feature extractor --------------------------------------------------------
 
+// One extractor may be shared by Python threads: the C calls run without
+// the interpreter's lock, one at a time under the extractor's own mutex,
+// which is only ever taken with the interpreter's lock released.
 struct Extractor {
     ZelFeatureState* s = nullptr;
     int dim = 0;
+    std::mutex busy;
     explicit Extractor(const ZelFeatureConfig& c) {
         check(zelsrFeatureInitAlloc(&s, &c), "zelsrFeatureInitAlloc");
         zelsrFeatureGetDim(s, &dim);
@@ -77,33 +30,55 @@ struct Extractor {
     ~Extractor() {
         if (s) zelsrFeatureFree(s);
     }
-    void accept(const py::array& x) {
+    template <class F>
+    ZelStatus locked(F f) {
+        py::gil_scoped_release nogil;
+        std::lock_guard<std::mutex> hold(busy);
+        return f();
+    }
+    // Accepts the samples and, with `last`, ends the utterance.
+    void accept(const py::array& x, bool last = false) {
+        ZelStatus st = zelStsNoErr, endSt = zelStsNoErr;
+        const char* where;
         if (x.dtype().is(py::dtype::of<int16_t>())) {
             auto a = need<int16_t>(x, "samples", 1);
-            ZelStatus st;
-            {
-                py::gil_scoped_release nogil;
-                st = zelsrFeatureAccept_16s(s, a.data(), int(a.size()));
-            }
-            check(st, "zelsrFeatureAccept_16s");
+            where = "zelsrFeatureAccept_16s";
+            st = locked([&] {
+                ZelStatus r = zelsrFeatureAccept_16s(s, a.data(), int(a.size()));
+                if (last && r >= 0) endSt = zelsrFeatureFlush(s);
+                return r;
+            });
         } else {
+            if (!x.dtype().is(py::dtype::of<float>()))
+                throw py::type_error("samples: expected a numpy array of dtype int16 or float32, got " +
+                                     std::string(py::str(x.dtype())));
             auto a = need<float>(x, "samples", 1);
-            ZelStatus st;
-            {
-                py::gil_scoped_release nogil;
-                st = zelsrFeatureAccept_32f(s, a.data(), int(a.size()));
-            }
-            check(st, "zelsrFeatureAccept_32f");
+            where = "zelsrFeatureAccept_32f";
+            st = locked([&] {
+                ZelStatus r = zelsrFeatureAccept_32f(s, a.data(), int(a.size()));
+                if (last && r >= 0) endSt = zelsrFeatureFlush(s);
+                return r;
+            });
         }
+        check(st, where);
+        check(endSt, "zelsrFeatureFlush");
+    }
+    void flush() { check(locked([&] { return zelsrFeatureFlush(s); }), "zelsrFeatureFlush"); }
+    void reset() { check(locked([&] { return zelsrFeatureReset(s); }), "zelsrFeatureReset"); }
+    // The frames of a whole utterance.
+    py::array_t<float> compute(const py::array& x) {
+        accept(x, true);
+        return read();
     }
     py::array_t<float> read() {
-        int n = 0;
-        check(zelsrFeatureGetReady(s, &n), "zelsrFeatureGetReady");
+        int n = 0, got = 0;
+        check(locked([&] { return zelsrFeatureGetReady(s, &n); }), "zelsrFeatureGetReady");
         py::array_t<float> out({n, dim});
-        if (n > 0) {
-            int got = 0;
-            check(zelsrFeatureRead(s, out.mutable_data(), dim, n, &got), "zelsrFeatureRead");
-        }
+        if (n == 0) return out;
+        float* dst = out.mutable_data();
+        check(locked([&] { return zelsrFeatureRead(s, dst, dim, n, &got); }), "zelsrFeatureRead");
+        // Another thread may have read some of them in between.
+        if (got < n) return py::array_t<float>(out[py::slice(0, got, 1)]);
         return out;
     }
 };
@@ -136,15 +111,6 @@ double logSum(const py::array& a) {
     float r = 0;
     check(zelsLogSum_32f(x.data(), &r, int(x.size()), zelAlgHintAccurate), "zelsLogSum_32f");
     return r;
-}
-
-py::array_t<float> logGauss(const py::array& frames, const py::array& mean, const py::array& var, float val) {
-    auto x = need<float>(frames, "frames", 2), m = need<float>(mean, "mean", 1), v = need<float>(var, "var", 1);
-    const int h = dimOf(x, 0), w = dimOf(x, 1);
-    if (m.size() != w || v.size() != w) throw py::value_error("mean and var: length must equal frames.shape[1]");
-    py::array_t<float> out(h);
-    check(zelsLogGauss_32f_D2(x.data(), w, m.data(), v.data(), w, out.mutable_data(), h, val), "zelsLogGauss_32f_D2");
-    return out;
 }
 
 struct MelBank {
@@ -234,24 +200,6 @@ float dtw(const py::array& a, const py::array& b, int delta, float beam) {
     float d = 0;
     check(zelsDTW_L2_32f_D2(x.data(), dimOf(x, 0), y.data(), dimOf(y, 0), w, w, &d, delta, beam), "zelsDTW_L2_32f_D2");
     return d;
-}
-
-float gconst(const py::array& a, bool directVar) {
-    auto v = need<float>(a, "var", 1);
-    float det = 0;
-    check(directVar ? zelsUpdateGConst_DirectVar_32f(v.data(), int(v.size()), &det)
-                    : zelsUpdateGConst_32f(v.data(), int(v.size()), &det),
-          directVar ? "zelsUpdateGConst_DirectVar_32f" : "zelsUpdateGConst_32f");
-    return det;
-}
-
-py::array_t<float> updateMean(const py::array& mean, const py::array& acc, float occ) {
-    auto m = need<float>(mean, "mean", 1), a = need<float>(acc, "mean_acc", 1);
-    if (m.size() != a.size()) throw py::value_error("mean and mean_acc: lengths differ");
-    py::array_t<float> out(a.size());
-    std::copy(m.data(), m.data() + m.size(), out.mutable_data());
-    check(zelsUpdateMean_32f(a.data(), out.mutable_data(), int(a.size()), occ), "zelsUpdateMean_32f");
-    return out;
 }
 
 py::tuple lpToLsp(const py::array& lp, int nInt, int nDiv) {
@@ -346,6 +294,8 @@ struct NoiseEstimator {
 }  // namespace
 
 PYBIND11_MODULE(_zelsr, m) {
+    bindScoringEstimation(m);
+    bindAurora(m);
     m.doc() = "Compiled bindings of the zelsr C library.";
     m.def("status_name", &statusName, py::arg("status"), "Name of a ZelStatus code.");
     py::class_<ZelFeatureConfig>(m, "FeatureConfig", "The C configuration record of the feature extractor.")
@@ -366,15 +316,15 @@ PYBIND11_MODULE(_zelsr, m) {
     py::class_<Extractor>(m, "Extractor", "Streaming feature extractor (zelsrFeature*).")
         .def(py::init<const ZelFeatureConfig&>(), py::arg("config"))
         .def_readonly("dim", &Extractor::dim)
-        .def("accept", &Extractor::accept, py::arg("samples"), "Accept int16 or float32 samples.")
+        .def("accept", [](Extractor& e, const py::array& x) { e.accept(x); }, py::arg("samples"),
+             "Accept int16 or float32 samples.")
+        .def("compute", &Extractor::compute, py::arg("samples"),
+             "Accept the samples of a whole utterance, end it and return all its frames.")
         .def("read", &Extractor::read, "The frames ready so far, as a (frames, dim) float32 array.")
-        .def("flush", [](Extractor& e) { check(zelsrFeatureFlush(e.s), "zelsrFeatureFlush"); })
-        .def("reset", [](Extractor& e) { check(zelsrFeatureReset(e.s), "zelsrFeatureReset"); });
+        .def("flush", &Extractor::flush, "End the utterance.")
+        .def("reset", &Extractor::reset, "Discard everything and start a new utterance.");
     m.def("log_add", &logAdd, py::arg("a"), py::arg("b"), "ln(exp(a) + exp(b)) element-wise (zelsLogAdd_32f).");
     m.def("log_sum", &logSum, py::arg("a"), "ln of the sum of exp(a) (zelsLogSum_32f / _64f).");
-    m.def("log_gauss", &logGauss, py::arg("frames"), py::arg("mean"), py::arg("var"), py::arg("val") = 0.0f,
-          "Diagonal Gaussian log score of each frame (zelsLogGauss_32f_D2): val - sum (x - mean)^2 * var / 2, "
-          "var holding the inverse variances.");
     py::class_<MelBank>(m, "MelFilterBank", "Mel filter bank (zelsMelFBankInitAlloc_32f, zelsEvalFBank_32f).")
         .def(py::init<int, float, float, float, int, bool>(), py::arg("fft_size"), py::arg("sample_rate"),
              py::arg("low_freq"), py::arg("high_freq"), py::arg("num_filters"), py::arg("magnitude_input") = false)
@@ -390,11 +340,6 @@ PYBIND11_MODULE(_zelsr, m) {
           "Statics with radius-two deltas (and delta-deltas) appended (zelsDelta(Delta)_Win2_32f_D2).");
     m.def("lpc", &lpc, py::arg("frame"), py::arg("order"),
           "Linear prediction coefficients by autocorrelation (zelsLinearPrediction_Auto_32f).");
-    m.def("gconst", &gconst, py::arg("var"), py::arg("direct_var") = false,
-          "Normalising term of a diagonal Gaussian, len * ln(2 pi) -+ sum ln var (zelsUpdateGConst_32f); "
-          "var holds inverse variances unless direct_var.");
-    m.def("update_mean", &updateMean, py::arg("mean"), py::arg("mean_acc"), py::arg("occ"),
-          "mean + mean_acc / occ, as a new array (zelsUpdateMean_32f); occ 0 warns and returns mean.");
     m.def("lp_to_lsp", &lpToLsp, py::arg("lp"), py::arg("n_int") = 128, py::arg("n_div") = 4,
           "Line spectral pairs of LP coefficients, and the number of roots found (zelsLPToLSP_32f).");
     py::class_<Codebook>(m, "Codebook", "VQ codebook with L2 search (zelsCdbkInitAlloc_L2_32f, zelsVQ_32f).")
