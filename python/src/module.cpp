@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include <math.h>
+
 #include "common.hpp"
 
 using namespace zelpy;
@@ -91,87 +93,187 @@ int checkConfig(const ZelFeatureConfig& c) {
 
 // ---- Primitives -----------------------------------------------------------------
 
-py::array_t<float> logAdd(const py::array& a, const py::array& b) {
-    auto x = need<float>(a, "a", 1), y = need<float>(b, "b", 1);
-    if (x.size() != y.size()) throw py::value_error("a and b: lengths differ");
-    py::array_t<float> out(y.size());
-    std::copy(y.data(), y.data() + y.size(), out.mutable_data());
-    check(zelsLogAdd_32f(x.data(), out.mutable_data(), int(x.size()), zelAlgHintAccurate), "zelsLogAdd_32f");
-    return out;
+// Integers of the 16-bit forms: a value the C argument type holds.
+int16_t as16(double v, const char* name) {
+    if (!(v == floor(v) && v >= -32768 && v <= 32767))
+        throw py::value_error(std::string(name) + ": a 16-bit integer for int16 data, got " + std::to_string(v));
+    return int16_t(v);
 }
 
-double logSum(const py::array& a) {
-    if (a.dtype().is(py::dtype::of<double>())) {
+py::array logAdd(const py::array& a, const py::array& b, int scaleFactor) {
+    const Dt d = dispatch("a", a, "float32, float64, int16 or int32");
+    auto run = [&](auto tag, auto call, const char* where) {
+        using T = decltype(tag);
+        auto x = need<T>(a, "a", 1), y = need<T>(b, "b", 1);
+        if (x.size() != y.size()) throw py::value_error("a and b: lengths differ");
+        auto out = copyOf(y);
+        check(call(x.data(), out.mutable_data(), int(x.size())), where);
+        return py::array(out);
+    };
+    const ZelHintAlgorithm hint = zelAlgHintAccurate;
+    if (d == Dt::F32)
+        return run(float(), [&](const float* x, float* y, int n) { return zelsLogAdd_32f(x, y, n, hint); },
+                   "zelsLogAdd_32f");
+    if (d == Dt::F64)
+        return run(double(), [&](const double* x, double* y, int n) { return zelsLogAdd_64f(x, y, n, hint); },
+                   "zelsLogAdd_64f");
+    if (d == Dt::I16)
+        return run(int16_t(), [&](const int16_t* x, int16_t* y, int n) {
+            return zelsLogAdd_16s_Sfs(x, y, n, scaleFactor, hint);
+        }, "zelsLogAdd_16s_Sfs");
+    return run(int32_t(), [&](const int32_t* x, int32_t* y, int n) {
+        return zelsLogAdd_32s_Sfs(x, y, n, scaleFactor, hint);
+    }, "zelsLogAdd_32s_Sfs");
+}
+
+py::object logSum(const py::array& a, int scaleFactor) {
+    const Dt d = dispatch("a", a, "float32, float64, int16 or int32");
+    const ZelHintAlgorithm hint = zelAlgHintAccurate;
+    if (d == Dt::F64) {
         auto x = need<double>(a, "a", 1);
         double r = 0;
-        check(zelsLogSum_64f(x.data(), &r, int(x.size()), zelAlgHintAccurate), "zelsLogSum_64f");
-        return r;
+        check(zelsLogSum_64f(x.data(), &r, int(x.size()), hint), "zelsLogSum_64f");
+        return py::float_(r);
     }
-    auto x = need<float>(a, "a", 1);
-    float r = 0;
-    check(zelsLogSum_32f(x.data(), &r, int(x.size()), zelAlgHintAccurate), "zelsLogSum_32f");
-    return r;
+    if (d == Dt::F32) {
+        auto x = need<float>(a, "a", 1);
+        float r = 0;
+        check(zelsLogSum_32f(x.data(), &r, int(x.size()), hint), "zelsLogSum_32f");
+        return py::float_(r);
+    }
+    if (d == Dt::I16) {
+        auto x = need<int16_t>(a, "a", 1);
+        int16_t r = 0;
+        check(zelsLogSum_16s_Sfs(x.data(), &r, int(x.size()), scaleFactor, hint), "zelsLogSum_16s_Sfs");
+        return py::int_(r);
+    }
+    auto x = need<int32_t>(a, "a", 1);
+    int32_t r = 0;
+    check(zelsLogSum_32s_Sfs(x.data(), &r, int(x.size()), scaleFactor, hint), "zelsLogSum_32s_Sfs");
+    return py::int_(r);
+}
+
+bool int16Type(const std::string& dtype) {
+    if (dtype != "float32" && dtype != "int16") throw py::value_error("dtype: 'float32' or 'int16', got '" + dtype + "'");
+    return dtype == "int16";
 }
 
 struct MelBank {
     ZelFBankState_32f* b = nullptr;
+    ZelFBankState_16s* b16 = nullptr;
     int nFilter = 0, fftLen = 0;
-    MelBank(int fftSize, float sampleRate, float lowFreq, float highFreq, int numFilters, bool magnitudeInput) {
+    bool magnitude = false;
+    MelBank(int fftSize, float sampleRate, float lowFreq, float highFreq, int numFilters, bool magnitudeInput,
+            const std::string& dtype) {
         int order = 0;
-        check(zelsMelFBankInitAlloc_32f(&b, &order, fftSize, sampleRate, lowFreq, highFreq, numFilters, 1127.0f,
-                                        700.0f, zelFBankMelWeights | (magnitudeInput ? zelFBankMagnitudeInput : 0)),
-              "zelsMelFBankInitAlloc_32f");
+        const int mode = zelFBankMelWeights | (magnitudeInput ? zelFBankMagnitudeInput : 0);
+        if (int16Type(dtype))
+            check(zelsMelFBankInitAlloc_16s(&b16, &order, fftSize, sampleRate, lowFreq, highFreq, numFilters, 1127.0f,
+                                            700.0f, mode),
+                  "zelsMelFBankInitAlloc_16s");
+        else
+            check(zelsMelFBankInitAlloc_32f(&b, &order, fftSize, sampleRate, lowFreq, highFreq, numFilters, 1127.0f,
+                                            700.0f, mode),
+                  "zelsMelFBankInitAlloc_32f");
         nFilter = numFilters;
         fftLen = 1 << order;
         magnitude = magnitudeInput;
     }
-    bool magnitude = false;
     ~MelBank() {
         if (b) zelsFBankFree_32f(b);
+        if (b16) zelsFBankFree_16s(b16);
     }
-    py::array_t<float> eval(const py::array& a) {
-        auto x = need<float>(a, "spectrum", 1);
+    py::array eval(const py::array& a, int scaleFactor, bool wide) {
         const int want = magnitude ? fftLen : fftLen / 2 + 1;
-        if (x.size() != want) throw py::value_error("spectrum: expected " + std::to_string(want) + " values");
-        py::array_t<float> out(nFilter);
-        check(zelsEvalFBank_32f(x.data(), out.mutable_data(), b), "zelsEvalFBank_32f");
+        if (b) {
+            auto x = needLen<float>(a, "spectrum", want);
+            py::array_t<float> out(nFilter);
+            check(zelsEvalFBank_32f(x.data(), out.mutable_data(), b), "zelsEvalFBank_32f");
+            return out;
+        }
+        auto x = needLen<int16_t>(a, "spectrum", want);
+        if (wide) {
+            py::array_t<int32_t> out(nFilter);
+            check(zelsEvalFBank_16s32s_Sfs(x.data(), out.mutable_data(), b16, scaleFactor), "zelsEvalFBank_16s32s_Sfs");
+            return out;
+        }
+        py::array_t<int16_t> out(nFilter);
+        check(zelsEvalFBank_16s_Sfs(x.data(), out.mutable_data(), b16, scaleFactor), "zelsEvalFBank_16s_Sfs");
         return out;
     }
 };
 
 struct Lifter {
     ZelDCTLifterState_32f* s = nullptr;
+    ZelDCTLifterState_16s* s16 = nullptr;
     int lenDCT, lenCepstrum, c0;
-    Lifter(int lenDCT_, int lenCepstrum_, int nLifter, bool withC0) : lenDCT(lenDCT_), lenCepstrum(lenCepstrum_), c0(withC0) {
-        check(withC0 ? zelsDCTLifterInitAlloc_C0_32f(&s, lenDCT, lenCepstrum, nLifter, 1.0f, 1.0f)
-                     : zelsDCTLifterInitAlloc_32f(&s, lenDCT, lenCepstrum, nLifter, 1.0f),
-              "zelsDCTLifterInitAlloc_32f");
+    Lifter(int lenDCT_, int lenCepstrum_, int nLifter, bool withC0, const std::string& dtype)
+        : lenDCT(lenDCT_), lenCepstrum(lenCepstrum_), c0(withC0) {
+        if (int16Type(dtype))
+            check(withC0 ? zelsDCTLifterInitAlloc_C0_16s(&s16, lenDCT, lenCepstrum, nLifter, 1.0f, 1.0f)
+                         : zelsDCTLifterInitAlloc_16s(&s16, lenDCT, lenCepstrum, nLifter, 1.0f),
+                  "zelsDCTLifterInitAlloc_16s");
+        else
+            check(withC0 ? zelsDCTLifterInitAlloc_C0_32f(&s, lenDCT, lenCepstrum, nLifter, 1.0f, 1.0f)
+                         : zelsDCTLifterInitAlloc_32f(&s, lenDCT, lenCepstrum, nLifter, 1.0f),
+                  "zelsDCTLifterInitAlloc_32f");
     }
     ~Lifter() {
         if (s) zelsDCTLifterFree_32f(s);
+        if (s16) zelsDCTLifterFree_16s(s16);
     }
-    py::array_t<float> apply(const py::array& a) {
-        auto x = need<float>(a, "log_energies", 2);
+    template <class T, class F>
+    py::array rows(const py::array& a, F call, const char* where) {
+        auto x = need<T>(a, "log_energies", 2);
         if (dimOf(x, 1) != lenDCT) throw py::value_error("log_energies: expected " + std::to_string(lenDCT) + " columns");
         const int h = dimOf(x, 0), w = lenCepstrum + c0;
-        py::array_t<float> out({h, w});
-        for (int t = 0; t < h; ++t)
-            check(zelsDCTLifter_32f(x.data() + size_t(t) * lenDCT, out.mutable_data() + size_t(t) * w, s), "zelsDCTLifter_32f");
+        py::array_t<T> out({h, w});
+        ZelStatus st = zelStsNoErr;
+        {
+            py::gil_scoped_release nogil;
+            for (int t = 0; t < h && st >= 0; ++t) {
+                ZelStatus r = call(x.data() + size_t(t) * lenDCT, out.mutable_data() + size_t(t) * w);
+                if (r != zelStsNoErr) st = r;
+            }
+        }
+        check(st, where);
         return out;
+    }
+    py::array apply(const py::array& a, int scaleFactor) {
+        if (s) {
+            if (dtOf(a) != Dt::F32) dispatch("log_energies", a, "float32");
+            return rows<float>(a, [&](const float* x, float* y) { return zelsDCTLifter_32f(x, y, s); },
+                               "zelsDCTLifter_32f");
+        }
+        if (dtOf(a) != Dt::I16) dispatch("log_energies", a, "int16");
+        return rows<int16_t>(a, [&](const int16_t* x, int16_t* y) { return zelsDCTLifter_16s_Sfs(x, y, s16, scaleFactor); },
+                             "zelsDCTLifter_16s_Sfs");
     }
 };
 
-py::array_t<float> deltas(const py::array& a, int order, float scale) {
-    auto x = need<float>(a, "frames", 2);
-    const int h = dimOf(x, 0), w = dimOf(x, 1);
+py::array deltas(const py::array& a, int order, double scale, int scaleFactor) {
+    const Dt d = dispatch("frames", a, "float32 or int16");
     if (order != 1 && order != 2) throw py::value_error("order: 1 or 2");
     const int hist = order == 2 ? 6 : 4;
-    if (h < hist) throw py::value_error("frames: at least " + std::to_string(hist) + " rows");
-    py::array_t<float> out({h, w * (1 + order)});
+    if (a.ndim() == 2 && a.shape(0) < hist) throw py::value_error("frames: at least " + std::to_string(hist) + " rows");
     const int mode = zelBeginStream | zelEndStream;
-    check(order == 2 ? zelsDeltaDelta_Win2_32f_D2(x.data(), w, out.mutable_data(), w * 3, h, scale, scale, mode)
-                     : zelsDelta_Win2_32f_D2(x.data(), w, out.mutable_data(), w * 2, h, scale, mode),
-          "zelsDelta_Win2_32f_D2");
+    if (d == Dt::F32) {
+        auto x = need<float>(a, "frames", 2);
+        const int h = dimOf(x, 0), w = dimOf(x, 1);
+        py::array_t<float> out({h, w * (1 + order)});
+        const float sc = float(scale);
+        check(order == 2 ? zelsDeltaDelta_Win2_32f_D2(x.data(), w, out.mutable_data(), w * 3, h, sc, sc, mode)
+                         : zelsDelta_Win2_32f_D2(x.data(), w, out.mutable_data(), w * 2, h, sc, mode),
+              order == 2 ? "zelsDeltaDelta_Win2_32f_D2" : "zelsDelta_Win2_32f_D2");
+        return out;
+    }
+    auto x = need<int16_t>(a, "frames", 2);
+    const int h = dimOf(x, 0), w = dimOf(x, 1);
+    const int16_t sc = as16(scale, "scale");
+    py::array_t<int16_t> out({h, w * (1 + order)});
+    check(order == 2 ? zelsDeltaDelta_Win2_16s_D2Sfs(x.data(), w, out.mutable_data(), w * 3, h, sc, sc, mode, scaleFactor)
+                     : zelsDelta_Win2_16s_D2Sfs(x.data(), w, out.mutable_data(), w * 2, h, sc, mode, scaleFactor),
+          order == 2 ? "zelsDeltaDelta_Win2_16s_D2Sfs" : "zelsDelta_Win2_16s_D2Sfs");
     return out;
 }
 
@@ -323,21 +425,30 @@ PYBIND11_MODULE(_zelsr, m) {
         .def("read", &Extractor::read, "The frames ready so far, as a (frames, dim) float32 array.")
         .def("flush", &Extractor::flush, "End the utterance.")
         .def("reset", &Extractor::reset, "Discard everything and start a new utterance.");
-    m.def("log_add", &logAdd, py::arg("a"), py::arg("b"), "ln(exp(a) + exp(b)) element-wise (zelsLogAdd_32f).");
-    m.def("log_sum", &logSum, py::arg("a"), "ln of the sum of exp(a) (zelsLogSum_32f / _64f).");
-    py::class_<MelBank>(m, "MelFilterBank", "Mel filter bank (zelsMelFBankInitAlloc_32f, zelsEvalFBank_32f).")
-        .def(py::init<int, float, float, float, int, bool>(), py::arg("fft_size"), py::arg("sample_rate"),
-             py::arg("low_freq"), py::arg("high_freq"), py::arg("num_filters"), py::arg("magnitude_input") = false)
+    m.def("log_add", &logAdd, py::arg("a"), py::arg("b"), py::arg("scale_factor") = 0,
+          "ln(exp(a) + exp(b)) element-wise, as a new array in the dtype of a: float32, float64, or int16 / int32 "
+          "scaled by 2^-scale_factor (zelsLogAdd_32f, _64f, _16s_Sfs, _32s_Sfs).");
+    m.def("log_sum", &logSum, py::arg("a"), py::arg("scale_factor") = 0,
+          "ln of the sum of exp(a): a float for float32 / float64 a, an int for int16 / int32 a scaled by "
+          "2^-scale_factor (zelsLogSum_32f, _64f, _16s_Sfs, _32s_Sfs).");
+    py::class_<MelBank>(m, "MelFilterBank",
+                        "Mel filter bank (zelsMelFBankInitAlloc_32f / _16s, zelsEvalFBank_32f / _16s_Sfs / "
+                        "_16s32s_Sfs).")
+        .def(py::init<int, float, float, float, int, bool, const std::string&>(), py::arg("fft_size"),
+             py::arg("sample_rate"), py::arg("low_freq"), py::arg("high_freq"), py::arg("num_filters"),
+             py::arg("magnitude_input") = false, py::arg("dtype") = "float32")
         .def_readonly("fft_len", &MelBank::fftLen)
-        .def("__call__", &MelBank::eval, py::arg("spectrum"),
+        .def("__call__", &MelBank::eval, py::arg("spectrum"), py::arg("scale_factor") = 0, py::arg("wide") = false,
              "Filter energies of one spectrum (fft_len / 2 + 1 bins), or of one time frame of fft_len samples "
-             "with magnitude_input.");
-    py::class_<Lifter>(m, "DCTLifter", "DCT-II and sinusoidal lifter (zelsDCTLifter_32f).")
-        .def(py::init<int, int, int, bool>(), py::arg("len_dct"), py::arg("len_cepstrum"), py::arg("lifter"),
-             py::arg("c0") = true)
-        .def("__call__", &Lifter::apply, py::arg("log_energies"), "Cepstra of each row (c1..cN, then c0).");
-    m.def("deltas", &deltas, py::arg("frames"), py::arg("order") = 2, py::arg("scale") = 0.1f,
-          "Statics with radius-two deltas (and delta-deltas) appended (zelsDelta(Delta)_Win2_32f_D2).");
+             "with magnitude_input; an int16 bank gives int16 (wide: int32) energies scaled by 2^-scale_factor.");
+    py::class_<Lifter>(m, "DCTLifter", "DCT-II and sinusoidal lifter (zelsDCTLifter_32f / _16s_Sfs).")
+        .def(py::init<int, int, int, bool, const std::string&>(), py::arg("len_dct"), py::arg("len_cepstrum"),
+             py::arg("lifter"), py::arg("c0") = true, py::arg("dtype") = "float32")
+        .def("__call__", &Lifter::apply, py::arg("log_energies"), py::arg("scale_factor") = 0,
+             "Cepstra of each row (c1..cN, then c0), in the lifter's dtype (int16: scaled by 2^-scale_factor).");
+    m.def("deltas", &deltas, py::arg("frames"), py::arg("order") = 2, py::arg("scale") = 0.1, py::arg("scale_factor") = 0,
+          "Statics with radius-two deltas (and delta-deltas) appended: float32 (zelsDelta(Delta)_Win2_32f_D2) or "
+          "int16 with an integer scale and scale_factor (zelsDelta(Delta)_Win2_16s_D2Sfs).");
     m.def("lpc", &lpc, py::arg("frame"), py::arg("order"),
           "Linear prediction coefficients by autocorrelation (zelsLinearPrediction_Auto_32f).");
     m.def("lp_to_lsp", &lpToLsp, py::arg("lp"), py::arg("n_int") = 128, py::arg("n_div") = 4,
