@@ -8,6 +8,7 @@
 #include <string.h>
 
 #include "frame/checks.hpp"
+#include "frame/dispatch.hpp"
 #include "frame/toolkit.h"
 #include "frontend/features_kernels.hpp"
 #include "zelcore.h"
@@ -236,7 +237,7 @@ void resetStreams(ZelFeatureState* s) {
 // The statics of `count` frames, the first starting at x and each `shift`
 // samples after the one before: log mel energies or cepstra, then the
 // energy term, `staticDim` values per frame.
-void computeStatics(ZelFeatureState* s, const Zel32f* x, int64_t count, Zel32f* dst) {
+void computeStatics(ZelFeatureState* s, const Zel32f* x, int64_t count, Zel32f* dst, bool wide) {
     const ZelFeatureConfig& c = s->cfg;
     const Geometry& g = s->g;
     const int bins = g.fftLen / 2 + 1, nf = g.nFilter, ms = melStride(nf);
@@ -251,19 +252,19 @@ void computeStatics(ZelFeatureState* s, const Zel32f* x, int64_t count, Zel32f* 
                 ownDotProd_32f64f(in, in, g.frameLen, &e);
                 logE[i] = Zel32f(e);
             }
-            features::windowFrame(in, s->window, c.preemphasis, g.frameLen, g.fftLen, s->frame);
+            features::windowFrame(in, s->window, c.preemphasis, g.frameLen, g.fftLen, s->frame, wide);
             ownFFTFwd_RUnfolded_32f(s->frame, s->spectrum, s->fft, s->fftWork);
             Zel32f* pw = s->power + int64_t(i) * bins;
             if (c.powerSpectrum) {
-                features::powerSpectrum(s->spectrum, bins, pw);
+                features::powerSpectrum(s->spectrum, bins, pw, wide);
             } else {
                 ownMagnitude_32fc(s->spectrum, pw, bins);
             }
         }
         Zel32f* __restrict mel = s->mel;
         for (int i = 0; i < b; ++i) zelsEvalFBank_32f(s->power + int64_t(i) * bins, mel + i * ms, s->bank);
-        features::lnFloored(mel, b * ms, floorV);
-        if (c.energy == zelFeatureEnergyLog) features::lnFloored(logE, b, floorV);
+        features::lnFloored(mel, b * ms, floorV, wide);
+        if (c.energy == zelFeatureEnergyLog) features::lnFloored(logE, b, floorV, wide);
         for (int i = 0; i < b; ++i) {
             Zel32f* row = dst + (t0 + i) * g.staticDim;
             int k;
@@ -402,6 +403,7 @@ ZelStatus accept(ZelFeatureState* s, const T* pSrc, int len) {
     const int64_t frames = total < g.frameLen ? 0 : 1 + (total - g.frameLen) / g.shift;
     if (!reserveFor(s, frames, false)) return zelStsMemAllocErr;
     const bool utterance = s->cfg.cmvn == zelFeatureCmvnUtterance;
+    const bool wide = runsAvx2();
     // The samples buffer holds less than a frame between steps, plus one step.
     for (int64_t at = 0; at < len;) {
         const int64_t drop = s->skip < len - at ? s->skip : len - at;
@@ -418,7 +420,7 @@ ZelStatus accept(ZelFeatureState* s, const T* pSrc, int len) {
         if (s->nSamples < g.frameLen) continue;
         const int64_t n = 1 + (s->nSamples - g.frameLen) / g.shift;
         Zel32f* first = s->statics.p + s->nStatics * g.staticDim;
-        computeStatics(s, s->samples.p, n, first);
+        computeStatics(s, s->samples.p, n, first, wide);
         if (s->cfg.cmvn == zelFeatureCmvnSliding)
             for (int64_t t = 0; t < n; ++t) slideNormalise(s, first + t * g.staticDim);
         s->nStatics += n;

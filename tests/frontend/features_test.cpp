@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "digest.hpp"
+#include "frame/dispatch.hpp"
 #include "frontend/features_kernels.hpp"
 
 namespace {
@@ -180,41 +181,58 @@ TEST(Features, RefusedConfigurationsAndStates) {
     EXPECT_EQ(zelsrFeatureFlush(reinterpret_cast<ZelFeatureState*>(junk.data())), zelStsContextMatchErr);
 }
 
+// The instruction sets this build and processor can run.
+std::vector<bool> widths() {
+    std::vector<bool> w{false};
+    if (zel::kBuiltWithAvx2 && zel::bestIsa() >= zel::Isa::kAvx2) w.push_back(true);
+    return w;
+}
+
 TEST(Features, FlooredLogarithmIsWithinTwoUnitsOfTheExactOne) {
     std::vector<float> x;
     for (double v = 1e-37; v < 3e38; v *= 1.0137) x.push_back(float(v));
     for (float v : {1.0f, 2.0f, 0.5f, 1.41421354f, 1.41421366f, 0.70710677f, 1.0000001f, 0.99999994f}) x.push_back(v);
-    std::vector<float> y = x;
-    zel::features::lnFloored(y.data(), int(y.size()), 1e-37f);
-    for (size_t i = 0; i < x.size(); ++i) {
-        const double exact = std::log(double(x[i]));
-        const double ulp = std::max(double(std::nextafter(std::fabs(float(exact)), INFINITY) - std::fabs(float(exact))),
-                                    1e-45);
-        ASSERT_LE(std::fabs(y[i] - exact), 2.0 * ulp) << x[i];
+    for (bool wide : widths()) {
+        std::vector<float> y = x;
+        zel::features::lnFloored(y.data(), int(y.size()), 1e-37f, wide);
+        for (size_t i = 0; i < x.size(); ++i) {
+            const double exact = std::log(double(x[i]));
+            const double ulp = std::max(
+                double(std::nextafter(std::fabs(float(exact)), INFINITY) - std::fabs(float(exact))), 1e-45);
+            ASSERT_LE(std::fabs(y[i] - exact), 2.0 * ulp) << x[i];
+        }
+        // The floor takes NaN and what lies below it; subnormal floors and
+        // infinities keep their exact logarithms, in any lane of a vector.
+        float v[11] = {7.0f, NAN, -3.0f, 0.0f, 1e-40f, INFINITY, 7.0f, 7.0f, 7.0f, 1e-40f, 2.0f};
+        zel::features::lnFloored(v, 11, 1e-42f, wide);
+        for (int i : {1, 2, 3}) EXPECT_EQ(v[i], logf(1e-42f));
+        EXPECT_EQ(v[4], logf(1e-40f));
+        EXPECT_EQ(v[9], logf(1e-40f));
+        EXPECT_EQ(v[5], INFINITY);
+        EXPECT_NEAR(v[0], std::log(7.0), 1e-6);
+        EXPECT_NEAR(v[10], std::log(2.0), 1e-6);
     }
-    // The floor takes NaN and what lies below it; subnormal floors and
-    // infinities keep their exact logarithms.
-    float v[6] = {NAN, -3.0f, 0.0f, 1e-40f, INFINITY, 7.0f};
-    zel::features::lnFloored(v, 6, 1e-42f);
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(v[i], logf(1e-42f));
-    EXPECT_EQ(v[3], logf(1e-40f));
-    EXPECT_EQ(v[4], INFINITY);
-    EXPECT_NEAR(v[5], std::log(7.0), 1e-6);
 }
 
-// Every build and processor gives these frames bit for bit (the default
-// configuration takes no square roots, so no processor estimate enters).
+// Every build, processor and instruction set gives these frames bit for bit
+// (the default configuration takes no square roots, so no processor
+// estimate enters).
 TEST(Features, EveryBuildGivesTheSameFrames) {
-    ZelFeatureConfig c = defaults();
-    zt::Digest d;
-    zt::DigestSource src(77);
-    const std::vector<short> x = src.fill<short>(16000, -8000, 8000);
-    std::vector<float> f = oneCall(c, x);
-    d.add(f.data(), f.size());
-    c.output = zelFeatureFbank, c.energy = zelFeatureEnergyLog, c.deltaOrder = 0, c.window = zelFeatureWindowPovey;
-    f = oneCall(c, x);
-    d.add(f.data(), f.size());
-    EXPECT_EQ(d.h, 0x0422ee25df545a5cull) << std::hex << d.h;
+    const zel::Isa previous = zel::setMaxIsaForTesting(zel::Isa::kAvx512);
+    for (zel::Isa isa : {zel::Isa::kBaseline, zel::Isa::kAvx2, zel::Isa::kAvx512}) {
+        zel::setMaxIsaForTesting(isa);
+        ZelFeatureConfig c = defaults();
+        zt::Digest d;
+        zt::DigestSource src(77);
+        const std::vector<short> x = src.fill<short>(16000, -8000, 8000);
+        std::vector<float> f = oneCall(c, x);
+        d.add(f.data(), f.size());
+        c.output = zelFeatureFbank, c.energy = zelFeatureEnergyLog, c.deltaOrder = 0, c.window = zelFeatureWindowPovey;
+        f = oneCall(c, x);
+        d.add(f.data(), f.size());
+        EXPECT_EQ(d.h, 0x0422ee25df545a5cull) << std::hex << d.h << " on path " << static_cast<int>(isa);
+    }
+    zel::setMaxIsaForTesting(previous);
 }
 
 }  // namespace
