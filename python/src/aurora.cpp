@@ -39,7 +39,7 @@ py::array smoothedPower(const py::array& x, const py::object& scaleFactor, bool 
         return out;
     }
     if (scaleFactor.is_none()) throw py::value_error("scale_factor: needed for an int32 spectrum");
-    const int sf = scaleFactor.cast<int>();
+    const int sf = intArg(scaleFactor, "scale_factor");
     auto a = need<int32_t>(x, "spectrum", 1);
     if (wide) {
         py::array_t<int64_t> out(n / 4 + 1);

@@ -8,6 +8,7 @@
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 
+#include <limits.h>
 #include <string.h>
 
 #include <algorithm>
@@ -125,6 +126,35 @@ py::array_t<T> copyOf(const py::array_t<T>& x) {
     py::array_t<T> out(x.size());
     std::copy(x.data(), x.data() + x.size(), out.mutable_data());
     return out;
+}
+
+// An optional argument given as a Python object: an integer in the range of
+// int, or a number.
+inline int intArg(const py::object& o, const char* name) {
+    if (!PyIndex_Check(o.ptr()))
+        throw py::type_error(std::string(name) + ": expected an integer, got " +
+                             std::string(py::str(o.get_type().attr("__name__"))));
+    const Py_ssize_t v = PyNumber_AsSsize_t(o.ptr(), nullptr);
+    if (PyErr_Occurred()) throw py::error_already_set();
+    if (v < INT_MIN || v > INT_MAX) throw py::value_error(std::string(name) + ": out of the range of int");
+    return int(v);
+}
+inline double floatArg(const py::object& o, const char* name) {
+    const double v = PyFloat_AsDouble(o.ptr());
+    if (v == -1.0 && PyErr_Occurred()) {
+        PyErr_Clear();
+        throw py::type_error(std::string(name) + ": expected a number, got " +
+                             std::string(py::str(o.get_type().attr("__name__"))));
+    }
+    return v;
+}
+
+// An optional array argument that is not None.
+inline py::array arrayArg(const py::object& o, const char* name) {
+    if (!py::isinstance<py::array>(o))
+        throw py::type_error(std::string(name) + ": expected a numpy array or None, got " +
+                             std::string(py::str(o.get_type().attr("__name__"))));
+    return py::reinterpret_borrow<py::array>(o);
 }
 
 void bindScoringEstimation(py::module_& m);

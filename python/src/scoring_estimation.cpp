@@ -20,7 +20,7 @@ struct Model {
         mean = need<T>(m, "mean", ndim);
         idVar = v.is_none();
         if (!idVar) {
-            var = need<T>(v.cast<py::array>(), "var", ndim);
+            var = need<T>(arrayArg(v, "var"), "var", ndim);
             for (int k = 0; k < ndim; ++k)
                 if (var.shape(k) != mean.shape(k)) throw py::value_error("var: must have the shape of mean");
         }
@@ -296,7 +296,7 @@ py::tuple sumMeanVar(const py::array& frames, const py::object& scaleFactor) {
         return py::make_tuple(sum, sq);
     }
     py::array_t<int32_t> sum(w), sq(w);
-    check(zelsSumMeanVar_16s32s_Sfs(x.data(), w, h, sum.mutable_data(), sq.mutable_data(), w, scaleFactor.cast<int>()),
+    check(zelsSumMeanVar_16s32s_Sfs(x.data(), w, h, sum.mutable_data(), sq.mutable_data(), w, intArg(scaleFactor, "scale_factor")),
           "zelsSumMeanVar_16s32s_Sfs");
     return py::make_tuple(sum, sq);
 }
@@ -309,7 +309,7 @@ py::array_t<double> accCovariance(const py::array& frames, const py::array& mean
         out = py::array_t<double>({w, w});
         std::fill(out.mutable_data(), out.mutable_data() + out.size(), 0.0);
     } else {
-        out = needOut<double>(acc.cast<py::array>(), "acc", 2);
+        out = needOut<double>(arrayArg(acc, "acc"), "acc", 2);
         if (out.shape(0) != w || out.shape(1) != w) throw py::value_error("acc: expected shape (width, width)");
     }
     if (d == Dt::F32) {
@@ -430,7 +430,8 @@ double bhatDist(const py::array& m1, const py::array& v1, const py::array& m2, c
     const int n = int(v[0].size());
     if (sumLog1.is_none() != sumLog2.is_none()) throw py::value_error("sum_log1 and sum_log2: give both or neither");
     const bool slog = !sumLog1.is_none();
-    const float s1 = slog ? sumLog1.cast<float>() : 0.0f, s2 = slog ? sumLog2.cast<float>() : 0.0f;
+    const float s1 = slog ? float(floatArg(sumLog1, "sum_log1")) : 0.0f,
+                s2 = slog ? float(floatArg(sumLog2, "sum_log2")) : 0.0f;
     const float *a = v[0].data(), *b = v[1].data(), *c = v[2].data(), *e = v[3].data();
     if (dbl) {
         double r = 0;
