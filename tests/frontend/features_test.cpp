@@ -86,6 +86,11 @@ TEST(Features, AnyBlockSizesGiveTheFramesOfOneCall) {
     c = defaults();
     c.frameShiftMs = 40.0f, c.window = zelFeatureWindowHann, c.fftSize = 1024;  // the shift exceeds the frame
     configs.push_back(c);
+    c = defaults();
+    // Frames longer than the extractor's conversion step, and a transform
+    // long enough to be taken one frame at a time.
+    c.frameLengthMs = 600.0f, c.frameShiftMs = 130.0f, c.fftSize = 16384;
+    configs.push_back(c);
     const std::vector<short> x = speechLike(16000 * 2 + 123, 7);
     for (size_t k = 0; k < configs.size(); ++k) {
         SCOPED_TRACE(k);
