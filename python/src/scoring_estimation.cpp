@@ -31,9 +31,39 @@ struct Model {
 
 // ---- Scoring ----------------------------------------------------------------
 
+// The integer scores of int16 data (the 16s32s members).
+py::array logGaussInt(const py::array& frames, const py::array& mean, const py::object& var, double val,
+                      int scaleFactor, bool low) {
+    auto x = need<int16_t>(frames, "frames", 2);
+    Model<int16_t> g(mean, var, 1);
+    const int h = dimOf(x, 0), w = dimOf(x, 1);
+    if (g.width != w) throw py::value_error("mean: length must equal frames.shape[1]");
+    if (!(val == floor(val) && val >= -2147483648.0 && val <= 2147483647.0))
+        throw py::value_error("val: a 32-bit integer for int32 scores");
+    const int32_t v = int32_t(val);
+    py::array_t<int32_t> out(h);
+    int32_t* o = out.mutable_data();
+    const int16_t* m = g.mean.data();
+    if (g.idVar)
+        check(low ? zelsLogGauss_IdVarLow_16s32s_D2Sfs(x.data(), w, m, w, o, h, v, scaleFactor)
+                  : zelsLogGauss_IdVar_16s32s_D2Sfs(x.data(), w, m, w, o, h, v, scaleFactor),
+              "zelsLogGauss_IdVar_16s32s_D2Sfs");
+    else
+        check(low ? zelsLogGauss_Low_16s32s_D2Sfs(x.data(), w, m, g.var.data(), w, o, h, v, scaleFactor)
+                  : zelsLogGauss_16s32s_D2Sfs(x.data(), w, m, g.var.data(), w, o, h, v, scaleFactor),
+              "zelsLogGauss_16s32s_D2Sfs");
+    return out;
+}
+
 py::array logGauss(const py::array& frames, const py::array& mean, const py::object& var, double val,
-                   int scaleFactor, bool low) {
+                   int scaleFactor, bool low, const std::string& outDtype) {
     const Dt d = dispatch("frames", frames, "float32, float64 or int16");
+    if (outDtype != "float" && outDtype != "int32")
+        throw py::value_error("out_dtype: 'float' or 'int32', got '" + outDtype + "'");
+    if (outDtype == "int32") {
+        if (d != Dt::I16) throw py::value_error("out_dtype: 'int32' scores are for int16 frames");
+        return logGaussInt(frames, mean, var, val, scaleFactor, low);
+    }
     auto run = [&](auto tag, auto call) {
         using T = decltype(tag);
         auto x = need<T>(frames, "frames", 2);
@@ -484,11 +514,12 @@ double clusterLikelihood(const py::array& sum, const py::array& sqr, double occ)
 void bindScoringEstimation(py::module_& m) {
     using namespace pybind11::literals;
     m.def("log_gauss", &logGauss, "frames"_a, "mean"_a, "var"_a = py::none(), "val"_a = 0.0, "scale_factor"_a = 0,
-          "low"_a = false,
+          "low"_a = false, "out_dtype"_a = "float",
           "Diagonal Gaussian log score of each row of frames: val - sum (x - mean)^2 * var / 2, var holding the "
           "inverse variances (None: all 1). float32 and float64 frames score in their type (zelsLogGauss_32f_D2, "
           "_64f_D2, IdVar); int16 frames, mean and var give float32 scores scaled by 2^-scale_factor "
-          "(zelsLogGauss_Scaled_16s32f_D2; low: the LowScaled form).");
+          "(zelsLogGauss_Scaled_16s32f_D2; low: the LowScaled form), or with out_dtype 'int32' int32 scores with "
+          "scaleFactor + 1 fractional bits and an integer val (zelsLogGauss_16s32s_D2Sfs, Low, IdVar, IdVarLow).");
     m.def("log_gauss_mixture", &logGaussMixture, "frame"_a, "mean"_a, "var"_a, "vals"_a, "scale_factor"_a = 0,
           "low"_a = false,
           "log sum over the Gaussians g of exp(vals[g] - S_g / 2) for a frame (1-D: a number) or each row of "

@@ -34,6 +34,12 @@ def check_frame_scores():
         same(zelsr.log_gauss(x, mean, var, 5.0, scale_factor=3, low=low), out)
         c(f"zelsLogGauss_IdVar{name}_16s32f_D2", x, w, mean, w, out, h, F(5.0), 3)
         same(zelsr.log_gauss(x, mean, None, 5.0, scale_factor=3, low=low), out)
+    out = np.empty(h, np.int32)
+    for low, name in [(False, ""), (True, "Low_")]:
+        c(f"zelsLogGauss_{name}16s32s_D2Sfs", x, w, mean, var, w, out, h, -7, 2)
+        same(zelsr.log_gauss(x, mean, var, -7, scale_factor=2, low=low, out_dtype="int32"), out)
+        c(f"zelsLogGauss_IdVar{name.rstrip('_')}_16s32s_D2Sfs", x, w, mean, w, out, h, -7, 2)
+        same(zelsr.log_gauss(x, mean, None, -7, scale_factor=2, low=low, out_dtype="int32"), out)
 
 
 def check_mixtures():
@@ -189,6 +195,8 @@ def check_statuses_and_bad_arrays():
             (TypeError, zelsr.log_gauss, (x, f32(4).astype(np.float64), pos(4))),  # mixed dtypes
             (TypeError, zelsr.log_gauss, (x.astype(np.int32), f32(4), pos(4))),
             (ValueError, zelsr.log_gauss, (x, f32(5), pos(5))),
+            (ValueError, zelsr.log_gauss, (i16(6, 4), i16(4), None, 0.5, 0, False, "int32")),
+            (ValueError, zelsr.log_gauss, (x, f32(4), None, 0.0, 0, False, "int32")),
             (ValueError, zelsr.log_gauss, (x[:, ::2], f32(2), pos(2))),            # not contiguous
             (ValueError, zelsr.log_gauss_mixture, (f32(4), f32(3, 4), pos(3, 5), f32(3))),
             (ValueError, zelsr.log_gauss_mixture, (f32(4), f32(3, 4), pos(3, 4), f32(2))),

@@ -33,7 +33,6 @@ constexpr int64_t kChunkSamples = 8192;
 // Rows of filter energies start on 16 bytes, where the lifter reads fastest.
 constexpr int melStride(int nFilter) { return (nFilter + 3) & ~3; }
 
-
 // A growable array of trivially copyable values from zelMalloc.
 template <class T>
 struct Buf {
