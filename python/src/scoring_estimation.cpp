@@ -10,15 +10,33 @@ namespace zelpy {
 namespace {
 
 // The mean and variance rows of a model: means (rows, width), variances of
-// the same shape or None for unit (identity) variances.
+// the same shape or None for unit (identity) variances. A mixture's means
+// and variances may also come as lists of 1-D rows, which the C function
+// reads through tables of row pointers (its D2L members) without a copy.
 template <class T>
 struct Model {
     py::array_t<T> mean, var;
-    bool idVar;
+    std::vector<py::array_t<T>> meanList, varList;  // keep the rows alive
+    std::vector<const T*> meanRows, varRows;
+    bool idVar, table = false;
     int rows, width;
-    Model(const py::array& m, const py::object& v, int ndim) {
-        mean = need<T>(m, "mean", ndim);
+    Model(const py::object& m, const py::object& v, int ndim) {
         idVar = v.is_none();
+        if (ndim == 2 && (py::isinstance<py::list>(m) || py::isinstance<py::tuple>(m))) {
+            table = true;
+            rowsOf(m, "mean", meanList, meanRows);
+            if (!idVar) {
+                if (!(py::isinstance<py::list>(v) || py::isinstance<py::tuple>(v)))
+                    throw py::type_error("var: a list of rows, as mean is");
+                rowsOf(v, "var", varList, varRows);
+                if (varRows.size() != meanRows.size() || varList[0].size() != meanList[0].size())
+                    throw py::value_error("var: must have the rows of mean");
+            }
+            rows = int(meanRows.size());
+            width = int(meanList[0].size());
+            return;
+        }
+        mean = need<T>(arrayArg(m, "mean"), "mean", ndim);
         if (!idVar) {
             var = need<T>(arrayArg(v, "var"), "var", ndim);
             for (int k = 0; k < ndim; ++k)
@@ -26,6 +44,18 @@ struct Model {
         }
         rows = ndim == 2 ? dimOf(mean, 0) : 1;
         width = dimOf(mean, ndim - 1);
+    }
+    static void rowsOf(const py::object& o, const char* name, std::vector<py::array_t<T>>& keep,
+                       std::vector<const T*>& ptrs) {
+        const py::sequence seq = py::reinterpret_borrow<py::sequence>(o);
+        if (seq.size() == 0) throw py::value_error(std::string(name) + ": the list is empty");
+        if (seq.size() > 0x7fffffff) throw py::value_error(std::string(name) + ": too many rows");
+        for (const py::handle h : seq) {
+            keep.push_back(need<T>(arrayArg(py::reinterpret_borrow<py::object>(h), name), name, 1));
+            if (keep.back().size() != keep.front().size())
+                throw py::value_error(std::string(name) + ": the rows differ in length");
+            ptrs.push_back(keep.back().data());
+        }
     }
 };
 
@@ -97,7 +127,7 @@ py::array logGauss(const py::array& frames, const py::array& mean, const py::obj
 
 // One score per frame: frame is 1-D (a number comes back) or 2-D (one value
 // per row).
-py::object logGaussMixture(const py::array& frame, const py::array& mean, const py::object& var,
+py::object logGaussMixture(const py::array& frame, const py::object& mean, const py::object& var,
                            const py::array& vals, int scaleFactor, bool low) {
     const Dt d = dispatch("frame", frame, "float32, float64 or int16");
     auto run = [&](auto tag, auto valTag, auto call) -> py::object {
@@ -125,16 +155,33 @@ py::object logGaussMixture(const py::array& frame, const py::array& mean, const 
     };
     if (d == Dt::F32)
         return run(float(), float(), [](const float* x, Model<float>& g, const float* v, float* o) {
-            return g.idVar ? zelsLogGaussMixture_IdVar_32f_D2(x, g.mean.data(), g.rows, g.width, g.width, v, o)
-                           : zelsLogGaussMixture_32f_D2(x, g.mean.data(), g.var.data(), g.rows, g.width, g.width, v, o);
+            const int h = g.rows, w = g.width;
+            if (g.table)
+                return g.idVar ? zelsLogGaussMixture_IdVar_32f_D2L(x, g.meanRows.data(), h, w, v, o)
+                               : zelsLogGaussMixture_32f_D2L(x, g.meanRows.data(), g.varRows.data(), h, w, v, o);
+            return g.idVar ? zelsLogGaussMixture_IdVar_32f_D2(x, g.mean.data(), h, w, w, v, o)
+                           : zelsLogGaussMixture_32f_D2(x, g.mean.data(), g.var.data(), h, w, w, v, o);
         });
     if (d == Dt::F64)
         return run(double(), double(), [](const double* x, Model<double>& g, const double* v, double* o) {
-            return g.idVar ? zelsLogGaussMixture_IdVar_64f_D2(x, g.mean.data(), g.rows, g.width, g.width, v, o)
-                           : zelsLogGaussMixture_64f_D2(x, g.mean.data(), g.var.data(), g.rows, g.width, g.width, v, o);
+            const int h = g.rows, w = g.width;
+            if (g.table)
+                return g.idVar ? zelsLogGaussMixture_IdVar_64f_D2L(x, g.meanRows.data(), h, w, v, o)
+                               : zelsLogGaussMixture_64f_D2L(x, g.meanRows.data(), g.varRows.data(), h, w, v, o);
+            return g.idVar ? zelsLogGaussMixture_IdVar_64f_D2(x, g.mean.data(), h, w, w, v, o)
+                           : zelsLogGaussMixture_64f_D2(x, g.mean.data(), g.var.data(), h, w, w, v, o);
         });
     return run(int16_t(), float(), [&](const int16_t* x, Model<int16_t>& g, const float* v, float* o) {
         const int h = g.rows, w = g.width, sf = scaleFactor;
+        if (g.table) {
+            const int16_t** mm = g.meanRows.data();
+            const int16_t** mv = g.varRows.data();
+            if (g.idVar)
+                return low ? zelsLogGaussMixture_IdVarLowScaled_16s32f_D2L(x, mm, h, w, v, o, sf)
+                           : zelsLogGaussMixture_IdVarScaled_16s32f_D2L(x, mm, h, w, v, o, sf);
+            return low ? zelsLogGaussMixture_LowScaled_16s32f_D2L(x, mm, mv, h, w, v, o, sf)
+                       : zelsLogGaussMixture_Scaled_16s32f_D2L(x, mm, mv, h, w, v, o, sf);
+        }
         if (g.idVar)
             return low ? zelsLogGaussMixture_IdVarLowScaled_16s32f_D2(x, g.mean.data(), h, w, w, v, o, sf)
                        : zelsLogGaussMixture_IdVarScaled_16s32f_D2(x, g.mean.data(), h, w, w, v, o, sf);
@@ -523,7 +570,8 @@ void bindScoringEstimation(py::module_& m) {
     m.def("log_gauss_mixture", &logGaussMixture, "frame"_a, "mean"_a, "var"_a, "vals"_a, "scale_factor"_a = 0,
           "low"_a = false,
           "log sum over the Gaussians g of exp(vals[g] - S_g / 2) for a frame (1-D: a number) or each row of "
-          "frames (2-D: an array); mean and var are (gaussians, width), var the inverse variances or None; vals "
+          "frames (2-D: an array); mean and var are (gaussians, width) arrays, or lists of 1-D rows read in "
+          "place (the D2L members, which fold the scores their own way), var the inverse variances or None; vals "
           "the constant terms with the weights (zelsLogGaussMixture_32f_D2, _64f_D2, IdVar, Scaled_16s32f, "
           "LowScaled_16s32f; vals is float32 for int16 frames).");
     m.def("log_gauss_mixture_select", &logGaussMixtureSelect, "frames"_a, "mean"_a, "var"_a, "vals"_a, "select"_a,

@@ -59,6 +59,22 @@ def check_mixtures():
             v = None if idvar else var
             same(zelsr.log_gauss_mixture(x, mean, v, vals), np.array(ref, dt))
             assert zelsr.log_gauss_mixture(x[2], mean, v, vals) == ref[2]
+    # Lists of rows reach the row-table members without a copy.
+    import ctypes
+    for dt, kind in [(np.float32, "32f"), (np.float64, "64f")]:
+        x, vals, one = f32(w).astype(dt), f32(g).astype(dt), np.empty(1, dt)
+        means, varis = [f32(w).astype(dt) for _ in range(g)], [pos(w).astype(dt) for _ in range(g)]
+        table = lambda rows: (ctypes.c_void_p * g)(*[r.ctypes.data for r in rows])
+        c(f"zelsLogGaussMixture_{kind}_D2L", x, table(means), table(varis), g, w, vals, one)
+        assert zelsr.log_gauss_mixture(x, means, varis, vals) == one[0]
+        c(f"zelsLogGaussMixture_IdVar_{kind}_D2L", x, table(means), g, w, vals, one)
+        assert zelsr.log_gauss_mixture(x, tuple(means), None, vals) == one[0]
+    x, vals, one = i16(w), f32(g), np.empty(1, np.float32)
+    means, varis = [i16(w) for _ in range(g)], [rng.integers(1, 40, w, dtype=np.int16) for _ in range(g)]
+    c("zelsLogGaussMixture_LowScaled_16s32f_D2L", x, table(means), table(varis), g, w, vals, one, 3)
+    assert np.float32(zelsr.log_gauss_mixture(x, means, varis, vals, 3, True)) == one[0]
+    c("zelsLogGaussMixture_IdVarScaled_16s32f_D2L", x, table(means), g, w, vals, one, 3)
+    assert np.float32(zelsr.log_gauss_mixture(x, means, None, vals, 3)) == one[0]
     x, mean, var, vals, one = i16(w), i16(g, w), rng.integers(1, 40, (g, w), dtype=np.int16), f32(g), np.empty(1, np.float32)
     for low, name in [(False, "Scaled"), (True, "LowScaled")]:
         c(f"zelsLogGaussMixture_{name}_16s32f_D2", x, mean, var, g, w, w, vals, one, 4)
@@ -200,6 +216,10 @@ def check_statuses_and_bad_arrays():
             (ValueError, zelsr.log_gauss, (x[:, ::2], f32(2), pos(2))),            # not contiguous
             (ValueError, zelsr.log_gauss_mixture, (f32(4), f32(3, 4), pos(3, 5), f32(3))),
             (ValueError, zelsr.log_gauss_mixture, (f32(4), f32(3, 4), pos(3, 4), f32(2))),
+            (ValueError, zelsr.log_gauss_mixture, (f32(4), [f32(4), f32(5)], None, f32(2))),
+            (ValueError, zelsr.log_gauss_mixture, (f32(4), [], None, f32(2))),
+            (TypeError, zelsr.log_gauss_mixture, (f32(4), [f32(4)], pos(1, 4), f32(1))),
+            (TypeError, zelsr.log_gauss_mixture, (f32(4), [[1.0, 2.0, 3.0, 4.0]], None, f32(1))),
             (ValueError, zelsr.log_gauss_mixture, (np.zeros((0, 4), np.float32), f32(3, 4), None, f32(3))),
             (ValueError, zelsr.log_gauss_mixture_select, (x, f32(3, 4), None, f32(3), np.ones((6, 2), bool))),
             (TypeError, zelsr.log_gauss_mixture_select, (x, f32(3, 4), None, f32(3), np.ones((6, 3), np.int8))),

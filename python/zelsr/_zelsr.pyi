@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 # Types of the compiled module, for type checkers and editors.
-from typing import List, Optional, Tuple, Union
+from typing import List, Optional, Sequence, Tuple, Union
 
 import numpy as np
 import numpy.typing as npt
@@ -51,7 +51,8 @@ def log_add(a: Union[F32, F64, I16, I32], b: np.ndarray, scale_factor: int = 0) 
 def log_sum(a: Union[F32, F64, I16, I32], scale_factor: int = 0) -> Union[float, int]: ...
 def log_gauss(frames: Union[F32, F64, I16], mean: np.ndarray, var: Optional[np.ndarray] = None, val: float = 0.0,
               scale_factor: int = 0, low: bool = False, out_dtype: str = "float") -> np.ndarray: ...
-def log_gauss_mixture(frame: Union[F32, F64, I16], mean: np.ndarray, var: Optional[np.ndarray], vals: Floats,
+def log_gauss_mixture(frame: Union[F32, F64, I16], mean: Union[np.ndarray, Sequence[np.ndarray]],
+                      var: Union[None, np.ndarray, Sequence[np.ndarray]], vals: Floats,
                       scale_factor: int = 0, low: bool = False) -> Union[float, Floats]: ...
 def log_gauss_mixture_select(frames: Union[F32, I16], mean: np.ndarray, var: Optional[np.ndarray], vals: F32,
                              select: npt.NDArray[np.bool_], none_value: float = ..., scale_factor: int = 0) -> F32: ...
