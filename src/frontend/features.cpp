@@ -376,8 +376,13 @@ ZelStatus deltaStage(ZelFeatureState* s, bool last) {
 bool reserveFor(ZelFeatureState* s, int64_t frames, bool flushing) {
     const Geometry& g = s->g;
     const bool utt = s->cfg.cmvn == zelFeatureCmvnUtterance;
-    const int64_t staticRows = s->nStatics + frames + g.history;
-    int64_t produced = (utt && !flushing) ? 0 : staticRows + g.history;
+    // Outside whole-utterance normalisation the delta stage takes the statics
+    // after every conversion step, so one step's statics (beside those that
+    // wait for the stream to begin) are all that is ever held.
+    const int64_t perStep = kChunkSamples / g.shift + 1 + g.history;
+    const int64_t held = utt || frames < perStep ? frames : perStep;
+    const int64_t staticRows = s->nStatics + held + g.history;
+    const int64_t produced = (utt && !flushing) ? 0 : s->nStatics + frames + 2 * int64_t(g.history);
     if (!s->statics.reserve(staticRows * g.staticDim)) return false;
     if (g.history && !s->rows.reserve((g.history + staticRows) * int64_t(g.dim))) return false;
     // Read frames leave the queue's head; keep the queue compact first.
