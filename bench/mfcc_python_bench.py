@@ -5,6 +5,7 @@ same process, on one minute of 16 kHz audio; then the Dask corpus run on two
 workers. Run from a build tree: PYTHONPATH=build/python bench/mfcc_python_bench.py
 """
 import os
+import statistics
 import subprocess
 import sys
 import tempfile
@@ -48,13 +49,19 @@ def numpy_mfcc(x, rate=16000, nfilt=23, ncep=12, lifter=22):
     return np.concatenate([static, d, delta(d)], axis=1).astype(np.float32)
 
 
-def best(fn, repeat=7):
-    times = []
-    for _ in range(repeat):
-        t = time.perf_counter()
+def median_times(fns, repeat=15):
+    """Median wall time of each function over `repeat` rounds, after one call
+    to warm up; the functions take turns within a round, so that a change in
+    the machine's load falls on all of them alike."""
+    times = [[] for _ in fns]
+    for fn in fns:
         fn()
-        times.append(time.perf_counter() - t)
-    return min(times)
+    for _ in range(repeat):
+        for fn, ts in zip(fns, times):
+            t = time.perf_counter()
+            fn()
+            ts.append(time.perf_counter() - t)
+    return [statistics.median(ts) for ts in times]
 
 
 def main():
@@ -64,8 +71,8 @@ def main():
     a, b = zelsr.mfcc(x), numpy_mfcc(x)
     assert a.shape == b.shape
     err = np.abs(a - b).max() / np.abs(b).max()
-    tz, tn = best(lambda: zelsr.mfcc(x)), best(lambda: numpy_mfcc(x))
-    print(f"one minute of audio, {a.shape[0]} frames x {a.shape[1]}: zelsr.mfcc {tz * 1e3:.2f} ms, "
+    tz, tn = median_times([lambda: zelsr.mfcc(x), lambda: numpy_mfcc(x)])
+    print(f"one minute of audio, {a.shape[0]} frames x {a.shape[1]}, medians of 15: zelsr.mfcc {tz * 1e3:.2f} ms, "
           f"numpy/scipy {tn * 1e3:.2f} ms, ratio {tn / tz:.1f}x (largest difference {err:.1e} of the range)")
 
     script = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "examples", "python",

@@ -3,73 +3,28 @@
 // the C interface. Arrays must already have the element type, shape and
 // C-contiguous layout a function reads, so that nothing is copied or
 // converted behind the caller's back; anything else is a clear exception.
-#include <pybind11/numpy.h>
-#include <pybind11/pybind11.h>
-
+#include <mutex>
 #include <string>
 #include <vector>
 
-#include "zelcore.h"
-#include "zelsr.h"
+#include <math.h>
 
-namespace py = pybind11;
+#include "common.hpp"
+
+using namespace zelpy;
 
 namespace {
 
-const char* statusName(int s) {
-    switch (s) {
-#define N(x) case x: return #x;
-        N(zelStsNoErr) N(zelStsErr) N(zelStsBadArgErr) N(zelStsSizeErr) N(zelStsRangeErr) N(zelStsNullPtrErr)
-        N(zelStsMemAllocErr) N(zelStsDivByZeroErr) N(zelStsFftOrderErr) N(zelStsFftFlagErr)
-        N(zelStsContextMatchErr) N(zelStsStrideErr) N(zelStsSvdCnvgErr) N(zelStsCdbkFlagErr) N(zelStsNegOccErr)
-        N(zelStsFBankFlagErr) N(zelStsMelFlagErr) N(zelStsMelFreqErr) N(zelStsLspRootErr) N(zelStsLspOrderErr)
-        N(zelStsUnstableLpErr) N(zelStsLpcCalcErr) N(zelStsLengthRangeErr) N(zelStsCdbkKindErr)
-        N(zelStsSqrtNegArg) N(zelStsSingularity) N(zelStsDivByZero) N(zelStsLnZeroArg) N(zelStsLnNegArg)
-        N(zelStsResFloor) N(zelStsZeroOcc) N(zelStsCdbkSizeWarn)
-#undef N
-        default: return "zelStsUnknown";
-    }
-}
-
-// A negative status raises zelsr.Error, a positive one a zelsr.StatusWarning
-// (the Python side decides how both look).
-void check(ZelStatus s, const char* where) {
-    if (s == zelStsNoErr) return;
-    py::module_::import("zelsr._status").attr("report")(int(s), statusName(s), where);
-}
-
-template <class T>
-const char* typeName() {
-    if constexpr (std::is_same_v<T, float>) return "float32";
-    else if constexpr (std::is_same_v<T, double>) return "float64";
-    else if constexpr (std::is_same_v<T, int16_t>) return "int16";
-    else return "int32";
-}
-
-// The array as the C function reads it: the exact dtype, C-contiguous, of
-// `ndim` dimensions and not empty.
-template <class T>
-py::array_t<T> need(const py::array& a, const char* name, int ndim) {
-    if (!py::isinstance<py::array_t<T>>(a) || !a.dtype().is(py::dtype::of<T>()))
-        throw py::type_error(std::string(name) + ": expected a numpy array of dtype " + typeName<T>() + ", got " +
-                             std::string(py::str(a.dtype())));
-    if (a.ndim() != ndim)
-        throw py::value_error(std::string(name) + ": expected " + std::to_string(ndim) + " dimension(s), got " +
-                              std::to_string(a.ndim()));
-    if (!(a.flags() & py::array::c_style))
-        throw py::value_error(std::string(name) + ": the array must be C-contiguous (use numpy.ascontiguousarray)");
-    if (a.size() == 0) throw py::value_error(std::string(name) + ": the array is empty");
-    if (a.size() > 0x7fffffff) throw py::value_error(std::string(name) + ": the array is too large");
-    return py::reinterpret_borrow<py::array_t<T>>(a);
-}
-
-int dimOf(const py::array& a, int k) { return int(a.shape(k)); }
 
 // ---- Feature extractor --------------------------------------------------------
 
+// One extractor may be shared by Python threads: the C calls run without
+// the interpreter's lock, one at a time under the extractor's own mutex,
+// which is only ever taken with the interpreter's lock released.
 struct Extractor {
     ZelFeatureState* s = nullptr;
     int dim = 0;
+    std::mutex busy;
     explicit Extractor(const ZelFeatureConfig& c) {
         check(zelsrFeatureInitAlloc(&s, &c), "zelsrFeatureInitAlloc");
         zelsrFeatureGetDim(s, &dim);
@@ -77,33 +32,55 @@ struct Extractor {
     ~Extractor() {
         if (s) zelsrFeatureFree(s);
     }
-    void accept(const py::array& x) {
+    template <class F>
+    ZelStatus locked(F f) {
+        py::gil_scoped_release nogil;
+        std::lock_guard<std::mutex> hold(busy);
+        return f();
+    }
+    // Accepts the samples and, with `last`, ends the utterance.
+    void accept(const py::array& x, bool last = false) {
+        ZelStatus st = zelStsNoErr, endSt = zelStsNoErr;
+        const char* where;
         if (x.dtype().is(py::dtype::of<int16_t>())) {
             auto a = need<int16_t>(x, "samples", 1);
-            ZelStatus st;
-            {
-                py::gil_scoped_release nogil;
-                st = zelsrFeatureAccept_16s(s, a.data(), int(a.size()));
-            }
-            check(st, "zelsrFeatureAccept_16s");
+            where = "zelsrFeatureAccept_16s";
+            st = locked([&] {
+                ZelStatus r = zelsrFeatureAccept_16s(s, a.data(), int(a.size()));
+                if (last && r >= 0) endSt = zelsrFeatureFlush(s);
+                return r;
+            });
         } else {
+            if (!x.dtype().is(py::dtype::of<float>()))
+                throw py::type_error("samples: expected a numpy array of dtype int16 or float32, got " +
+                                     std::string(py::str(x.dtype())));
             auto a = need<float>(x, "samples", 1);
-            ZelStatus st;
-            {
-                py::gil_scoped_release nogil;
-                st = zelsrFeatureAccept_32f(s, a.data(), int(a.size()));
-            }
-            check(st, "zelsrFeatureAccept_32f");
+            where = "zelsrFeatureAccept_32f";
+            st = locked([&] {
+                ZelStatus r = zelsrFeatureAccept_32f(s, a.data(), int(a.size()));
+                if (last && r >= 0) endSt = zelsrFeatureFlush(s);
+                return r;
+            });
         }
+        check(st, where);
+        check(endSt, "zelsrFeatureFlush");
+    }
+    void flush() { check(locked([&] { return zelsrFeatureFlush(s); }), "zelsrFeatureFlush"); }
+    void reset() { check(locked([&] { return zelsrFeatureReset(s); }), "zelsrFeatureReset"); }
+    // The frames of a whole utterance.
+    py::array_t<float> compute(const py::array& x) {
+        accept(x, true);
+        return read();
     }
     py::array_t<float> read() {
-        int n = 0;
-        check(zelsrFeatureGetReady(s, &n), "zelsrFeatureGetReady");
+        int n = 0, got = 0;
+        check(locked([&] { return zelsrFeatureGetReady(s, &n); }), "zelsrFeatureGetReady");
         py::array_t<float> out({n, dim});
-        if (n > 0) {
-            int got = 0;
-            check(zelsrFeatureRead(s, out.mutable_data(), dim, n, &got), "zelsrFeatureRead");
-        }
+        if (n == 0) return out;
+        float* dst = out.mutable_data();
+        check(locked([&] { return zelsrFeatureRead(s, dst, dim, n, &got); }), "zelsrFeatureRead");
+        // Another thread may have read some of them in between.
+        if (got < n) return py::array_t<float>(out[py::slice(0, got, 1)]);
         return out;
     }
 };
@@ -116,96 +93,187 @@ int checkConfig(const ZelFeatureConfig& c) {
 
 // ---- Primitives -----------------------------------------------------------------
 
-py::array_t<float> logAdd(const py::array& a, const py::array& b) {
-    auto x = need<float>(a, "a", 1), y = need<float>(b, "b", 1);
-    if (x.size() != y.size()) throw py::value_error("a and b: lengths differ");
-    py::array_t<float> out(y.size());
-    std::copy(y.data(), y.data() + y.size(), out.mutable_data());
-    check(zelsLogAdd_32f(x.data(), out.mutable_data(), int(x.size()), zelAlgHintAccurate), "zelsLogAdd_32f");
-    return out;
+// Integers of the 16-bit forms: a value the C argument type holds.
+int16_t as16(double v, const char* name) {
+    if (!(v == floor(v) && v >= -32768 && v <= 32767))
+        throw py::value_error(std::string(name) + ": a 16-bit integer for int16 data, got " + std::to_string(v));
+    return int16_t(v);
 }
 
-double logSum(const py::array& a) {
-    if (a.dtype().is(py::dtype::of<double>())) {
+py::array logAdd(const py::array& a, const py::array& b, int scaleFactor) {
+    const Dt d = dispatch("a", a, "float32, float64, int16 or int32");
+    auto run = [&](auto tag, auto call, const char* where) {
+        using T = decltype(tag);
+        auto x = need<T>(a, "a", 1), y = need<T>(b, "b", 1);
+        if (x.size() != y.size()) throw py::value_error("a and b: lengths differ");
+        auto out = copyOf(y);
+        check(call(x.data(), out.mutable_data(), int(x.size())), where);
+        return py::array(out);
+    };
+    const ZelHintAlgorithm hint = zelAlgHintAccurate;
+    if (d == Dt::F32)
+        return run(float(), [&](const float* x, float* y, int n) { return zelsLogAdd_32f(x, y, n, hint); },
+                   "zelsLogAdd_32f");
+    if (d == Dt::F64)
+        return run(double(), [&](const double* x, double* y, int n) { return zelsLogAdd_64f(x, y, n, hint); },
+                   "zelsLogAdd_64f");
+    if (d == Dt::I16)
+        return run(int16_t(), [&](const int16_t* x, int16_t* y, int n) {
+            return zelsLogAdd_16s_Sfs(x, y, n, scaleFactor, hint);
+        }, "zelsLogAdd_16s_Sfs");
+    return run(int32_t(), [&](const int32_t* x, int32_t* y, int n) {
+        return zelsLogAdd_32s_Sfs(x, y, n, scaleFactor, hint);
+    }, "zelsLogAdd_32s_Sfs");
+}
+
+py::object logSum(const py::array& a, int scaleFactor) {
+    const Dt d = dispatch("a", a, "float32, float64, int16 or int32");
+    const ZelHintAlgorithm hint = zelAlgHintAccurate;
+    if (d == Dt::F64) {
         auto x = need<double>(a, "a", 1);
         double r = 0;
-        check(zelsLogSum_64f(x.data(), &r, int(x.size()), zelAlgHintAccurate), "zelsLogSum_64f");
-        return r;
+        check(zelsLogSum_64f(x.data(), &r, int(x.size()), hint), "zelsLogSum_64f");
+        return py::float_(r);
     }
-    auto x = need<float>(a, "a", 1);
-    float r = 0;
-    check(zelsLogSum_32f(x.data(), &r, int(x.size()), zelAlgHintAccurate), "zelsLogSum_32f");
-    return r;
+    if (d == Dt::F32) {
+        auto x = need<float>(a, "a", 1);
+        float r = 0;
+        check(zelsLogSum_32f(x.data(), &r, int(x.size()), hint), "zelsLogSum_32f");
+        return py::float_(r);
+    }
+    if (d == Dt::I16) {
+        auto x = need<int16_t>(a, "a", 1);
+        int16_t r = 0;
+        check(zelsLogSum_16s_Sfs(x.data(), &r, int(x.size()), scaleFactor, hint), "zelsLogSum_16s_Sfs");
+        return py::int_(r);
+    }
+    auto x = need<int32_t>(a, "a", 1);
+    int32_t r = 0;
+    check(zelsLogSum_32s_Sfs(x.data(), &r, int(x.size()), scaleFactor, hint), "zelsLogSum_32s_Sfs");
+    return py::int_(r);
 }
 
-py::array_t<float> logGauss(const py::array& frames, const py::array& mean, const py::array& var, float val) {
-    auto x = need<float>(frames, "frames", 2), m = need<float>(mean, "mean", 1), v = need<float>(var, "var", 1);
-    const int h = dimOf(x, 0), w = dimOf(x, 1);
-    if (m.size() != w || v.size() != w) throw py::value_error("mean and var: length must equal frames.shape[1]");
-    py::array_t<float> out(h);
-    check(zelsLogGauss_32f_D2(x.data(), w, m.data(), v.data(), w, out.mutable_data(), h, val), "zelsLogGauss_32f_D2");
-    return out;
+bool int16Type(const std::string& dtype) {
+    if (dtype != "float32" && dtype != "int16") throw py::value_error("dtype: 'float32' or 'int16', got '" + dtype + "'");
+    return dtype == "int16";
 }
 
 struct MelBank {
     ZelFBankState_32f* b = nullptr;
+    ZelFBankState_16s* b16 = nullptr;
     int nFilter = 0, fftLen = 0;
-    MelBank(int fftSize, float sampleRate, float lowFreq, float highFreq, int numFilters, bool magnitudeInput) {
+    bool magnitude = false;
+    MelBank(int fftSize, float sampleRate, float lowFreq, float highFreq, int numFilters, bool magnitudeInput,
+            const std::string& dtype) {
         int order = 0;
-        check(zelsMelFBankInitAlloc_32f(&b, &order, fftSize, sampleRate, lowFreq, highFreq, numFilters, 1127.0f,
-                                        700.0f, zelFBankMelWeights | (magnitudeInput ? zelFBankMagnitudeInput : 0)),
-              "zelsMelFBankInitAlloc_32f");
+        const int mode = zelFBankMelWeights | (magnitudeInput ? zelFBankMagnitudeInput : 0);
+        if (int16Type(dtype))
+            check(zelsMelFBankInitAlloc_16s(&b16, &order, fftSize, sampleRate, lowFreq, highFreq, numFilters, 1127.0f,
+                                            700.0f, mode),
+                  "zelsMelFBankInitAlloc_16s");
+        else
+            check(zelsMelFBankInitAlloc_32f(&b, &order, fftSize, sampleRate, lowFreq, highFreq, numFilters, 1127.0f,
+                                            700.0f, mode),
+                  "zelsMelFBankInitAlloc_32f");
         nFilter = numFilters;
         fftLen = 1 << order;
         magnitude = magnitudeInput;
     }
-    bool magnitude = false;
     ~MelBank() {
         if (b) zelsFBankFree_32f(b);
+        if (b16) zelsFBankFree_16s(b16);
     }
-    py::array_t<float> eval(const py::array& a) {
-        auto x = need<float>(a, "spectrum", 1);
+    py::array eval(const py::array& a, int scaleFactor, bool wide) {
         const int want = magnitude ? fftLen : fftLen / 2 + 1;
-        if (x.size() != want) throw py::value_error("spectrum: expected " + std::to_string(want) + " values");
-        py::array_t<float> out(nFilter);
-        check(zelsEvalFBank_32f(x.data(), out.mutable_data(), b), "zelsEvalFBank_32f");
+        if (b) {
+            auto x = needLen<float>(a, "spectrum", want);
+            py::array_t<float> out(nFilter);
+            check(zelsEvalFBank_32f(x.data(), out.mutable_data(), b), "zelsEvalFBank_32f");
+            return out;
+        }
+        auto x = needLen<int16_t>(a, "spectrum", want);
+        if (wide) {
+            py::array_t<int32_t> out(nFilter);
+            check(zelsEvalFBank_16s32s_Sfs(x.data(), out.mutable_data(), b16, scaleFactor), "zelsEvalFBank_16s32s_Sfs");
+            return out;
+        }
+        py::array_t<int16_t> out(nFilter);
+        check(zelsEvalFBank_16s_Sfs(x.data(), out.mutable_data(), b16, scaleFactor), "zelsEvalFBank_16s_Sfs");
         return out;
     }
 };
 
 struct Lifter {
     ZelDCTLifterState_32f* s = nullptr;
+    ZelDCTLifterState_16s* s16 = nullptr;
     int lenDCT, lenCepstrum, c0;
-    Lifter(int lenDCT_, int lenCepstrum_, int nLifter, bool withC0) : lenDCT(lenDCT_), lenCepstrum(lenCepstrum_), c0(withC0) {
-        check(withC0 ? zelsDCTLifterInitAlloc_C0_32f(&s, lenDCT, lenCepstrum, nLifter, 1.0f, 1.0f)
-                     : zelsDCTLifterInitAlloc_32f(&s, lenDCT, lenCepstrum, nLifter, 1.0f),
-              "zelsDCTLifterInitAlloc_32f");
+    Lifter(int lenDCT_, int lenCepstrum_, int nLifter, bool withC0, const std::string& dtype)
+        : lenDCT(lenDCT_), lenCepstrum(lenCepstrum_), c0(withC0) {
+        if (int16Type(dtype))
+            check(withC0 ? zelsDCTLifterInitAlloc_C0_16s(&s16, lenDCT, lenCepstrum, nLifter, 1.0f, 1.0f)
+                         : zelsDCTLifterInitAlloc_16s(&s16, lenDCT, lenCepstrum, nLifter, 1.0f),
+                  "zelsDCTLifterInitAlloc_16s");
+        else
+            check(withC0 ? zelsDCTLifterInitAlloc_C0_32f(&s, lenDCT, lenCepstrum, nLifter, 1.0f, 1.0f)
+                         : zelsDCTLifterInitAlloc_32f(&s, lenDCT, lenCepstrum, nLifter, 1.0f),
+                  "zelsDCTLifterInitAlloc_32f");
     }
     ~Lifter() {
         if (s) zelsDCTLifterFree_32f(s);
+        if (s16) zelsDCTLifterFree_16s(s16);
     }
-    py::array_t<float> apply(const py::array& a) {
-        auto x = need<float>(a, "log_energies", 2);
+    template <class T, class F>
+    py::array rows(const py::array& a, F call, const char* where) {
+        auto x = need<T>(a, "log_energies", 2);
         if (dimOf(x, 1) != lenDCT) throw py::value_error("log_energies: expected " + std::to_string(lenDCT) + " columns");
         const int h = dimOf(x, 0), w = lenCepstrum + c0;
-        py::array_t<float> out({h, w});
-        for (int t = 0; t < h; ++t)
-            check(zelsDCTLifter_32f(x.data() + size_t(t) * lenDCT, out.mutable_data() + size_t(t) * w, s), "zelsDCTLifter_32f");
+        py::array_t<T> out({h, w});
+        ZelStatus st = zelStsNoErr;
+        {
+            py::gil_scoped_release nogil;
+            for (int t = 0; t < h && st >= 0; ++t) {
+                ZelStatus r = call(x.data() + size_t(t) * lenDCT, out.mutable_data() + size_t(t) * w);
+                if (r != zelStsNoErr) st = r;
+            }
+        }
+        check(st, where);
         return out;
+    }
+    py::array apply(const py::array& a, int scaleFactor) {
+        if (s) {
+            if (dtOf(a) != Dt::F32) dispatch("log_energies", a, "float32");
+            return rows<float>(a, [&](const float* x, float* y) { return zelsDCTLifter_32f(x, y, s); },
+                               "zelsDCTLifter_32f");
+        }
+        if (dtOf(a) != Dt::I16) dispatch("log_energies", a, "int16");
+        return rows<int16_t>(a, [&](const int16_t* x, int16_t* y) { return zelsDCTLifter_16s_Sfs(x, y, s16, scaleFactor); },
+                             "zelsDCTLifter_16s_Sfs");
     }
 };
 
-py::array_t<float> deltas(const py::array& a, int order, float scale) {
-    auto x = need<float>(a, "frames", 2);
-    const int h = dimOf(x, 0), w = dimOf(x, 1);
+py::array deltas(const py::array& a, int order, double scale, int scaleFactor) {
+    const Dt d = dispatch("frames", a, "float32 or int16");
     if (order != 1 && order != 2) throw py::value_error("order: 1 or 2");
     const int hist = order == 2 ? 6 : 4;
-    if (h < hist) throw py::value_error("frames: at least " + std::to_string(hist) + " rows");
-    py::array_t<float> out({h, w * (1 + order)});
+    if (a.ndim() == 2 && a.shape(0) < hist) throw py::value_error("frames: at least " + std::to_string(hist) + " rows");
     const int mode = zelBeginStream | zelEndStream;
-    check(order == 2 ? zelsDeltaDelta_Win2_32f_D2(x.data(), w, out.mutable_data(), w * 3, h, scale, scale, mode)
-                     : zelsDelta_Win2_32f_D2(x.data(), w, out.mutable_data(), w * 2, h, scale, mode),
-          "zelsDelta_Win2_32f_D2");
+    if (d == Dt::F32) {
+        auto x = need<float>(a, "frames", 2);
+        const int h = dimOf(x, 0), w = dimOf(x, 1);
+        py::array_t<float> out({h, w * (1 + order)});
+        const float sc = float(scale);
+        check(order == 2 ? zelsDeltaDelta_Win2_32f_D2(x.data(), w, out.mutable_data(), w * 3, h, sc, sc, mode)
+                         : zelsDelta_Win2_32f_D2(x.data(), w, out.mutable_data(), w * 2, h, sc, mode),
+              order == 2 ? "zelsDeltaDelta_Win2_32f_D2" : "zelsDelta_Win2_32f_D2");
+        return out;
+    }
+    auto x = need<int16_t>(a, "frames", 2);
+    const int h = dimOf(x, 0), w = dimOf(x, 1);
+    const int16_t sc = as16(scale, "scale");
+    py::array_t<int16_t> out({h, w * (1 + order)});
+    check(order == 2 ? zelsDeltaDelta_Win2_16s_D2Sfs(x.data(), w, out.mutable_data(), w * 3, h, sc, sc, mode, scaleFactor)
+                     : zelsDelta_Win2_16s_D2Sfs(x.data(), w, out.mutable_data(), w * 2, h, sc, mode, scaleFactor),
+          order == 2 ? "zelsDeltaDelta_Win2_16s_D2Sfs" : "zelsDelta_Win2_16s_D2Sfs");
     return out;
 }
 
@@ -234,24 +302,6 @@ float dtw(const py::array& a, const py::array& b, int delta, float beam) {
     float d = 0;
     check(zelsDTW_L2_32f_D2(x.data(), dimOf(x, 0), y.data(), dimOf(y, 0), w, w, &d, delta, beam), "zelsDTW_L2_32f_D2");
     return d;
-}
-
-float gconst(const py::array& a, bool directVar) {
-    auto v = need<float>(a, "var", 1);
-    float det = 0;
-    check(directVar ? zelsUpdateGConst_DirectVar_32f(v.data(), int(v.size()), &det)
-                    : zelsUpdateGConst_32f(v.data(), int(v.size()), &det),
-          directVar ? "zelsUpdateGConst_DirectVar_32f" : "zelsUpdateGConst_32f");
-    return det;
-}
-
-py::array_t<float> updateMean(const py::array& mean, const py::array& acc, float occ) {
-    auto m = need<float>(mean, "mean", 1), a = need<float>(acc, "mean_acc", 1);
-    if (m.size() != a.size()) throw py::value_error("mean and mean_acc: lengths differ");
-    py::array_t<float> out(a.size());
-    std::copy(m.data(), m.data() + m.size(), out.mutable_data());
-    check(zelsUpdateMean_32f(a.data(), out.mutable_data(), int(a.size()), occ), "zelsUpdateMean_32f");
-    return out;
 }
 
 py::tuple lpToLsp(const py::array& lp, int nInt, int nDiv) {
@@ -346,6 +396,8 @@ struct NoiseEstimator {
 }  // namespace
 
 PYBIND11_MODULE(_zelsr, m) {
+    bindScoringEstimation(m);
+    bindAurora(m);
     m.doc() = "Compiled bindings of the zelsr C library.";
     m.def("status_name", &statusName, py::arg("status"), "Name of a ZelStatus code.");
     py::class_<ZelFeatureConfig>(m, "FeatureConfig", "The C configuration record of the feature extractor.")
@@ -366,35 +418,39 @@ PYBIND11_MODULE(_zelsr, m) {
     py::class_<Extractor>(m, "Extractor", "Streaming feature extractor (zelsrFeature*).")
         .def(py::init<const ZelFeatureConfig&>(), py::arg("config"))
         .def_readonly("dim", &Extractor::dim)
-        .def("accept", &Extractor::accept, py::arg("samples"), "Accept int16 or float32 samples.")
+        .def("accept", [](Extractor& e, const py::array& x) { e.accept(x); }, py::arg("samples"),
+             "Accept int16 or float32 samples.")
+        .def("compute", &Extractor::compute, py::arg("samples"),
+             "Accept the samples of a whole utterance, end it and return all its frames.")
         .def("read", &Extractor::read, "The frames ready so far, as a (frames, dim) float32 array.")
-        .def("flush", [](Extractor& e) { check(zelsrFeatureFlush(e.s), "zelsrFeatureFlush"); })
-        .def("reset", [](Extractor& e) { check(zelsrFeatureReset(e.s), "zelsrFeatureReset"); });
-    m.def("log_add", &logAdd, py::arg("a"), py::arg("b"), "ln(exp(a) + exp(b)) element-wise (zelsLogAdd_32f).");
-    m.def("log_sum", &logSum, py::arg("a"), "ln of the sum of exp(a) (zelsLogSum_32f / _64f).");
-    m.def("log_gauss", &logGauss, py::arg("frames"), py::arg("mean"), py::arg("var"), py::arg("val") = 0.0f,
-          "Diagonal Gaussian log score of each frame (zelsLogGauss_32f_D2): val - sum (x - mean)^2 * var / 2, "
-          "var holding the inverse variances.");
-    py::class_<MelBank>(m, "MelFilterBank", "Mel filter bank (zelsMelFBankInitAlloc_32f, zelsEvalFBank_32f).")
-        .def(py::init<int, float, float, float, int, bool>(), py::arg("fft_size"), py::arg("sample_rate"),
-             py::arg("low_freq"), py::arg("high_freq"), py::arg("num_filters"), py::arg("magnitude_input") = false)
+        .def("flush", &Extractor::flush, "End the utterance.")
+        .def("reset", &Extractor::reset, "Discard everything and start a new utterance.");
+    m.def("log_add", &logAdd, py::arg("a"), py::arg("b"), py::arg("scale_factor") = 0,
+          "ln(exp(a) + exp(b)) element-wise, as a new array in the dtype of a: float32, float64, or int16 / int32 "
+          "scaled by 2^-scale_factor (zelsLogAdd_32f, _64f, _16s_Sfs, _32s_Sfs).");
+    m.def("log_sum", &logSum, py::arg("a"), py::arg("scale_factor") = 0,
+          "ln of the sum of exp(a): a float for float32 / float64 a, an int for int16 / int32 a scaled by "
+          "2^-scale_factor (zelsLogSum_32f, _64f, _16s_Sfs, _32s_Sfs).");
+    py::class_<MelBank>(m, "MelFilterBank",
+                        "Mel filter bank (zelsMelFBankInitAlloc_32f / _16s, zelsEvalFBank_32f / _16s_Sfs / "
+                        "_16s32s_Sfs).")
+        .def(py::init<int, float, float, float, int, bool, const std::string&>(), py::arg("fft_size"),
+             py::arg("sample_rate"), py::arg("low_freq"), py::arg("high_freq"), py::arg("num_filters"),
+             py::arg("magnitude_input") = false, py::arg("dtype") = "float32")
         .def_readonly("fft_len", &MelBank::fftLen)
-        .def("__call__", &MelBank::eval, py::arg("spectrum"),
+        .def("__call__", &MelBank::eval, py::arg("spectrum"), py::arg("scale_factor") = 0, py::arg("wide") = false,
              "Filter energies of one spectrum (fft_len / 2 + 1 bins), or of one time frame of fft_len samples "
-             "with magnitude_input.");
-    py::class_<Lifter>(m, "DCTLifter", "DCT-II and sinusoidal lifter (zelsDCTLifter_32f).")
-        .def(py::init<int, int, int, bool>(), py::arg("len_dct"), py::arg("len_cepstrum"), py::arg("lifter"),
-             py::arg("c0") = true)
-        .def("__call__", &Lifter::apply, py::arg("log_energies"), "Cepstra of each row (c1..cN, then c0).");
-    m.def("deltas", &deltas, py::arg("frames"), py::arg("order") = 2, py::arg("scale") = 0.1f,
-          "Statics with radius-two deltas (and delta-deltas) appended (zelsDelta(Delta)_Win2_32f_D2).");
+             "with magnitude_input; an int16 bank gives int16 (wide: int32) energies scaled by 2^-scale_factor.");
+    py::class_<Lifter>(m, "DCTLifter", "DCT-II and sinusoidal lifter (zelsDCTLifter_32f / _16s_Sfs).")
+        .def(py::init<int, int, int, bool, const std::string&>(), py::arg("len_dct"), py::arg("len_cepstrum"),
+             py::arg("lifter"), py::arg("c0") = true, py::arg("dtype") = "float32")
+        .def("__call__", &Lifter::apply, py::arg("log_energies"), py::arg("scale_factor") = 0,
+             "Cepstra of each row (c1..cN, then c0), in the lifter's dtype (int16: scaled by 2^-scale_factor).");
+    m.def("deltas", &deltas, py::arg("frames"), py::arg("order") = 2, py::arg("scale") = 0.1, py::arg("scale_factor") = 0,
+          "Statics with radius-two deltas (and delta-deltas) appended: float32 (zelsDelta(Delta)_Win2_32f_D2) or "
+          "int16 with an integer scale and scale_factor (zelsDelta(Delta)_Win2_16s_D2Sfs).");
     m.def("lpc", &lpc, py::arg("frame"), py::arg("order"),
           "Linear prediction coefficients by autocorrelation (zelsLinearPrediction_Auto_32f).");
-    m.def("gconst", &gconst, py::arg("var"), py::arg("direct_var") = false,
-          "Normalising term of a diagonal Gaussian, len * ln(2 pi) -+ sum ln var (zelsUpdateGConst_32f); "
-          "var holds inverse variances unless direct_var.");
-    m.def("update_mean", &updateMean, py::arg("mean"), py::arg("mean_acc"), py::arg("occ"),
-          "mean + mean_acc / occ, as a new array (zelsUpdateMean_32f); occ 0 warns and returns mean.");
     m.def("lp_to_lsp", &lpToLsp, py::arg("lp"), py::arg("n_int") = 128, py::arg("n_div") = 4,
           "Line spectral pairs of LP coefficients, and the number of roots found (zelsLPToLSP_32f).");
     py::class_<Codebook>(m, "Codebook", "VQ codebook with L2 search (zelsCdbkInitAlloc_L2_32f, zelsVQ_32f).")

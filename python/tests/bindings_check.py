@@ -116,6 +116,53 @@ def check_matrix_and_alignment():
     same(np.float32(zelsr.dtw(a, b)), np.float32(dist.value))
 
 
+def check_other_dtypes():
+    """The 64-bit and 16/32-bit integer members behind the same bindings."""
+    from ccall import D, F, c, same as exact
+    a, b = rng.standard_normal(9), rng.standard_normal(9)
+    ref = b.copy()
+    c("zelsLogAdd_64f", a, ref, 9, 2)
+    exact(zelsr.log_add(a, b), ref)
+    for dt, name in [(np.int16, "16s"), (np.int32, "32s")]:
+        a, b = (rng.integers(-3000, 0, 9).astype(dt) for _ in range(2))
+        ref, r = b.copy(), np.empty(1, dt)
+        c(f"zelsLogAdd_{name}_Sfs", a, ref, 9, -2, 2)
+        exact(zelsr.log_add(a, b, -2), ref)
+        c(f"zelsLogSum_{name}_Sfs", a, r, 9, -2, 2)
+        assert zelsr.log_sum(a, -2) == r[0]
+    bank, order = ctypes.c_void_p(), c_int()
+    c("zelsMelFBankInitAlloc_16s", ctypes.byref(bank), ctypes.byref(order), 256, F(8000), F(100), F(3800), 20,
+      F(1127), F(700), 1)
+    spec, o16, o32 = rng.integers(0, 20000, 129, dtype=np.int16), np.empty(20, np.int16), np.empty(20, np.int32)
+    c("zelsEvalFBank_16s_Sfs", spec, o16, bank, 3)
+    c("zelsEvalFBank_16s32s_Sfs", spec, o32, bank, 3)
+    lib.zelsFBankFree_16s(bank)
+    mine = zelsr.MelFilterBank(256, 8000, 100, 3800, 20, dtype="int16")
+    exact(mine(spec, 3), o16), exact(mine(spec, 3, wide=True), o32)
+    lifter = ctypes.c_void_p()
+    c("zelsDCTLifterInitAlloc_C0_16s", ctypes.byref(lifter), 20, 12, 22, F(1), F(1))
+    x, cep = rng.integers(-2000, 2000, (4, 20), dtype=np.int16), np.empty((4, 13), np.int16)
+    for t in range(4):
+        c("zelsDCTLifter_16s_Sfs", x[t], cep[t], lifter, 2)
+    lib.zelsDCTLifterFree_16s(lifter)
+    exact(zelsr.DCTLifter(20, 12, 22, dtype="int16")(x, 2), cep)
+    st, dd = rng.integers(-2000, 2000, (10, 6), dtype=np.int16), np.empty((10, 18), np.int16)
+    c("zelsDeltaDelta_Win2_16s_D2Sfs", st, 6, dd, 18, 10, ctypes.c_int16(3), ctypes.c_int16(3), 3, 1)
+    exact(zelsr.deltas(st, 2, 3, 1), dd)
+    d1 = np.empty((10, 12), np.int16)
+    c("zelsDelta_Win2_16s_D2Sfs", st, 6, d1, 12, 10, ctypes.c_int16(3), 3, 1)
+    exact(zelsr.deltas(st, 1, 3, 1), d1)
+    for fn, args, kind in [(zelsr.deltas, (st, 2, 0.1), ValueError),
+                           (zelsr.DCTLifter(20, 12, 22, dtype="int16"), (f(4, 20),), TypeError),
+                           (zelsr.MelFilterBank, (256, 8000, 100, 3800, 20, False, "int8"), ValueError),
+                           (zelsr.log_sum, (np.zeros(4, np.uint8),), TypeError)]:
+        try:
+            fn(*args)
+        except kind:
+            continue
+        raise AssertionError(f"{fn} did not raise {kind.__name__}")
+
+
 def check_statuses_and_bad_arrays():
     try:
         zelsr.lpc(np.zeros(40, np.float32), 8)  # no energy: no prediction
@@ -156,6 +203,7 @@ def main():
     check_front_end()
     check_matrix_and_alignment()
     check_lsp_vq_resampler()
+    check_other_dtypes()
     check_statuses_and_bad_arrays()
     print("bindings: every binding equals its C function; statuses and bad arrays surface as exceptions")
 

@@ -70,6 +70,20 @@ def test_streaming(x):
         assert np.array_equal(np.concatenate(parts), whole), kind
 
 
+def test_threads(x):
+    """Extraction runs without the interpreter's lock: threads at once give
+    the frames of one thread, and threads sharing one extractor take turns."""
+    from concurrent.futures import ThreadPoolExecutor
+    parts = [x[k * 4000:(k + 2) * 4000] for k in range(8)]
+    serial = [zelsr.mfcc(p) for p in parts]
+    with ThreadPoolExecutor(4) as pool:
+        for got, want in zip(pool.map(zelsr.mfcc, parts), serial):
+            assert np.array_equal(got, want)
+        shared = zelsr.FeatureExtractor()
+        frames = list(pool.map(shared.accept, [x[k * 1000:(k + 1) * 1000] for k in range(16)]))
+    assert sum(len(f) for f in frames) + len(shared.flush()) == len(zelsr.mfcc(x[:16000]))
+
+
 def test_bad_input(x):
     def raises(kind, fn, *args, **kw):
         try:
@@ -110,6 +124,7 @@ def main():
          + rng.normal(0, 200, t.size)).astype(np.int16)
     test_against_numpy(x)
     test_streaming(x)
+    test_threads(x)
     test_bad_input(x)
     print("features: numpy reference, streaming and bad input all agree")
 

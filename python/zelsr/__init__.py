@@ -16,13 +16,22 @@ from typing import Optional, Union
 import numpy as np
 
 from ._status import Error, StatusWarning
-from ._zelsr import (Codebook, DCTLifter, MelFilterBank, NoiseEstimator, lp_to_lsp, resample, deltas, dtw, gconst, log_add, log_gauss, log_sum, lpc,
-                     status_name, svd, update_mean)
+from ._zelsr import (
+    acc_covariance, aurora_taps, AuroraMelBank, bhat_dist, blind_equalization, cluster_accumulate,
+    cluster_likelihood, Codebook, DCTLifter, deltas, dtw, gaussian_dist, gaussian_merge, gaussian_split, gconst,
+    log_add, log_gauss, log_gauss_mixture, log_gauss_mixture_select, log_sum, lp_to_lsp, lpc, mean_var_acc,
+    MelFilterBank, new_var, noise_spectrum_update, NoiseEstimator, resample, residual_filter, scale_lm,
+    smoothed_power_spectrum, status_name, sum_mean_var, svd, update_mean, update_var, update_weight, VAD,
+    wave_processing, weighted_sum, wiener_filter_design)
 from . import _zelsr
 
-__all__ = ["Error", "StatusWarning", "FeatureExtractor", "mfcc", "fbank", "MelFilterBank", "DCTLifter",
-           "deltas", "log_add", "log_sum", "log_gauss", "lpc", "svd", "dtw", "gconst", "update_mean", "status_name",
-           "lp_to_lsp", "Codebook", "resample", "NoiseEstimator"]
+__all__ = ["Error", "StatusWarning", "FeatureExtractor", "mfcc", "fbank"] + [
+    "acc_covariance", "aurora_taps", "AuroraMelBank", "bhat_dist", "blind_equalization", "cluster_accumulate",
+    "cluster_likelihood", "Codebook", "DCTLifter", "deltas", "dtw", "gaussian_dist", "gaussian_merge",
+    "gaussian_split", "gconst", "log_add", "log_gauss", "log_gauss_mixture", "log_gauss_mixture_select", "log_sum",
+    "lp_to_lsp", "lpc", "mean_var_acc", "MelFilterBank", "new_var", "noise_spectrum_update", "NoiseEstimator",
+    "resample", "residual_filter", "scale_lm", "smoothed_power_spectrum", "status_name", "sum_mean_var", "svd",
+    "update_mean", "update_var", "update_weight", "VAD", "wave_processing", "weighted_sum", "wiener_filter_design"]
 
 # Field order of the C configuration record; zelsrFeatureCheckConfig reports
 # the refused field by this number.
@@ -103,10 +112,7 @@ def _audio(samples) -> np.ndarray:
 
 
 def _run(kind: str, signal: Audio, options: dict) -> np.ndarray:
-    x = _zelsr.Extractor(_config(kind, **options))
-    x.accept(_audio(signal))
-    x.flush()
-    return x.read()
+    return _zelsr.Extractor(_config(kind, **options)).compute(_audio(signal))
 
 
 def mfcc(signal: Audio, sample_rate: float = 16000.0, *, frame_length_ms: float = 25.0,

@@ -8,7 +8,9 @@
 #include <string.h>
 
 #include "frame/checks.hpp"
+#include "frame/dispatch.hpp"
 #include "frame/toolkit.h"
+#include "frontend/features_kernels.hpp"
 #include "zelcore.h"
 #include "zelsr.h"
 
@@ -20,6 +22,16 @@ constexpr Zel32u kFeatureTag = 0x5a46454au;  // "ZFEJ"
 constexpr Zel32u kFeatureFlushed = 0x5a46464cu;
 constexpr int kMaxSamples = 1 << 20;
 constexpr double kPi = 3.14159265358979323846;
+// Frames are computed a few at a time: the spectra of the block first, then
+// one filter-bank pass and one logarithm over all of them, so that each
+// stage's tables stay in cache across the block. Every value is the same
+// as if the frames came one by one.
+constexpr int kBlockFrames = 8;
+// Samples converted per step of a long block: the frames of the step then
+// read samples that are still in cache.
+constexpr int64_t kChunkSamples = 8192;
+// Rows of filter energies start on 16 bytes, where the lifter reads fastest.
+constexpr int melStride(int nFilter) { return (nFilter + 3) & ~3; }
 
 // A growable array of trivially copyable values from zelMalloc.
 template <class T>
@@ -112,8 +124,9 @@ struct ZelFeatureState {
     Zel32f* window;    // frameLen
     Zel32f* frame;     // fftLen
     Zel32f* spectrum;  // fftLen + 2, unfolded
-    Zel32f* power;     // fftLen / 2 + 1
-    Zel32f* mel;       // nFilter
+    int block;         // frames per block, kBlockFrames unless the transform is long
+    Zel32f* power;     // block rows of fftLen / 2 + 1
+    Zel32f* mel;       // block rows of nFilter, melStride(nFilter) apart
     Buf<Zel32f> samples;  // samples not yet consumed by a frame
     int64_t nSamples;
     int64_t skip;         // samples still to drop when the shift exceeds the frame
@@ -188,9 +201,13 @@ ZelStatus build(ZelFeatureState* s) {
     s->window = static_cast<Zel32f*>(zelMalloc(sizeof(Zel32f) * size_t(g.frameLen)));
     s->frame = static_cast<Zel32f*>(zelMalloc(sizeof(Zel32f) * size_t(g.fftLen)));
     s->spectrum = static_cast<Zel32f*>(zelMalloc(sizeof(Zel32f) * size_t(g.fftLen + 2)));
-    s->power = static_cast<Zel32f*>(zelMalloc(sizeof(Zel32f) * size_t(g.fftLen / 2 + 1)));
-    s->mel = static_cast<Zel32f*>(zelMalloc(sizeof(Zel32f) * size_t(g.nFilter)));
+    s->block = g.fftLen <= 4096 ? kBlockFrames : 1;
+    s->power = static_cast<Zel32f*>(zelMalloc(sizeof(Zel32f) * size_t(s->block) * size_t(g.fftLen / 2 + 1)));
+    const size_t melSize = sizeof(Zel32f) * size_t(s->block) * size_t(melStride(g.nFilter));
+    s->mel = static_cast<Zel32f*>(zelMalloc(melSize));
     if (!s->fftWork || !s->window || !s->frame || !s->spectrum || !s->power || !s->mel) return zelStsMemAllocErr;
+    memset(s->mel, 0, melSize);  // the padding of each row is read, never used
+    if (!s->samples.reserve(int64_t(g.frameLen) + kChunkSamples)) return zelStsMemAllocErr;
     if (c.cmvn == zelFeatureCmvnSliding &&
         (!s->sums.reserve(2 * int64_t(g.staticDim)) || !s->ring.reserve(int64_t(c.cmvnWindow) * g.staticDim)))
         return zelStsMemAllocErr;
@@ -216,49 +233,50 @@ void resetStreams(ZelFeatureState* s) {
     if (s->sums.p) memset(s->sums.p, 0, sizeof(double) * size_t(s->sums.cap));
 }
 
-// The statics of the frame starting at x: log mel energies or cepstra, then
-// the energy term.
-void computeStatic(ZelFeatureState* s, const Zel32f* x, Zel32f* dst) {
+// The statics of `count` frames, the first starting at x and each `shift`
+// samples after the one before: log mel energies or cepstra, then the
+// energy term, `staticDim` values per frame.
+void computeStatics(ZelFeatureState* s, const Zel32f* x, int64_t count, Zel32f* dst, bool wide) {
     const ZelFeatureConfig& c = s->cfg;
     const Geometry& g = s->g;
-    const int n = g.frameLen;
+    const int bins = g.fftLen / 2 + 1, nf = g.nFilter, ms = melStride(nf);
     const float floorV = c.logFloor;
-    Zel32f logE = 0.0f;
-    if (c.energy == zelFeatureEnergyLog) {
-        Zel64f e = 0.0;
-        ownDotProd_32f64f(x, x, n, &e);
-        Zel32f ef = Zel32f(e);
-        ef = ef > floorV ? ef : floorV;
-        ownLn_32f(&ef, &logE, 1);
+    Zel32f logE[kBlockFrames];
+    for (int64_t t0 = 0; t0 < count; t0 += s->block) {
+        const int b = int(count - t0 < s->block ? count - t0 : s->block);
+        for (int i = 0; i < b; ++i) {
+            const Zel32f* in = x + (t0 + i) * g.shift;
+            if (c.energy == zelFeatureEnergyLog) {
+                Zel64f e = 0.0;
+                ownDotProd_32f64f(in, in, g.frameLen, &e);
+                logE[i] = Zel32f(e);
+            }
+            features::windowFrame(in, s->window, c.preemphasis, g.frameLen, g.fftLen, s->frame, wide);
+            ownFFTFwd_RUnfolded_32f(s->frame, s->spectrum, s->fft, s->fftWork);
+            Zel32f* pw = s->power + int64_t(i) * bins;
+            if (c.powerSpectrum) {
+                features::powerSpectrum(s->spectrum, bins, pw, wide);
+            } else {
+                ownMagnitude_32fc(s->spectrum, pw, bins);
+            }
+        }
+        Zel32f* __restrict mel = s->mel;
+        for (int i = 0; i < b; ++i) zelsEvalFBank_32f(s->power + int64_t(i) * bins, mel + i * ms, s->bank);
+        features::lnFloored(mel, b * ms, floorV, wide);
+        if (c.energy == zelFeatureEnergyLog) features::lnFloored(logE, b, floorV, wide);
+        for (int i = 0; i < b; ++i) {
+            Zel32f* row = dst + (t0 + i) * g.staticDim;
+            int k;
+            if (c.output == zelFeatureMfcc) {
+                zelsDCTLifter_32f(mel + i * ms, row, s->lifter);
+                k = c.numCeps + (c.energy == zelFeatureEnergyC0 ? 1 : 0);
+            } else {
+                ownCopy_32f(mel + i * ms, row, nf);
+                k = nf;
+            }
+            if (c.energy == zelFeatureEnergyLog) row[k] = logE[i];
+        }
     }
-    Zel32f* __restrict f = s->frame;
-    const Zel32f* __restrict w = s->window;
-    const Zel32f* __restrict in = x;
-    const float a = c.preemphasis;
-    f[0] = (in[0] - a * in[0]) * w[0];
-    for (int j = 1; j < n; ++j) f[j] = (in[j] - a * in[j - 1]) * w[j];
-    ownZero_32f(f + n, g.fftLen - n);
-    ownFFTFwd_RUnfolded_32f(f, s->spectrum, s->fft, s->fftWork);
-    const int bins = g.fftLen / 2 + 1;
-    if (c.powerSpectrum) {
-        const Zel32f* __restrict sp = s->spectrum;
-        Zel32f* __restrict pw = s->power;
-        for (int k = 0; k < bins; ++k) pw[k] = sp[2 * k] * sp[2 * k] + sp[2 * k + 1] * sp[2 * k + 1];
-    } else {
-        ownMagnitude_32fc(s->spectrum, s->power, bins);
-    }
-    zelsEvalFBank_32f(s->power, s->mel, s->bank);
-    for (int i = 0; i < g.nFilter; ++i) s->mel[i] = s->mel[i] > floorV ? s->mel[i] : floorV;
-    ownLn_32f(s->mel, s->mel, g.nFilter);
-    int k;
-    if (c.output == zelFeatureMfcc) {
-        zelsDCTLifter_32f(s->mel, dst, s->lifter);
-        k = c.numCeps + (c.energy == zelFeatureEnergyC0 ? 1 : 0);
-    } else {
-        ownCopy_32f(s->mel, dst, g.nFilter);
-        k = g.nFilter;
-    }
-    if (c.energy == zelFeatureEnergyLog) dst[k] = logE;
 }
 
 // Sliding normalisation of one static row in place: the window's sums are
@@ -358,8 +376,13 @@ ZelStatus deltaStage(ZelFeatureState* s, bool last) {
 bool reserveFor(ZelFeatureState* s, int64_t frames, bool flushing) {
     const Geometry& g = s->g;
     const bool utt = s->cfg.cmvn == zelFeatureCmvnUtterance;
-    const int64_t staticRows = s->nStatics + frames + g.history;
-    int64_t produced = (utt && !flushing) ? 0 : staticRows + g.history;
+    // Outside whole-utterance normalisation the delta stage takes the statics
+    // after every conversion step, so one step's statics (beside those that
+    // wait for the stream to begin) are all that is ever held.
+    const int64_t perStep = kChunkSamples / g.shift + 1 + g.history;
+    const int64_t held = utt || frames < perStep ? frames : perStep;
+    const int64_t staticRows = s->nStatics + held + g.history;
+    const int64_t produced = (utt && !flushing) ? 0 : s->nStatics + frames + 2 * int64_t(g.history);
     if (!s->statics.reserve(staticRows * g.staticDim)) return false;
     if (g.history && !s->rows.reserve((g.history + staticRows) * int64_t(g.dim))) return false;
     // Read frames leave the queue's head; keep the queue compact first.
@@ -377,30 +400,42 @@ ZelStatus accept(ZelFeatureState* s, const T* pSrc, int len) {
     if (ZelStatus st = requireState(s, true)) return st;
     if (ZelStatus st = requirePositive(len)) return st;
     const Geometry& g = s->g;
-    const int64_t drop = s->skip < len ? s->skip : len;
-    const int64_t total = s->nSamples + len - drop;
+    // The frames the whole block completes, so that every buffer is grown
+    // before the stream changes.
+    const int64_t drop0 = s->skip < len ? s->skip : len;
+    const int64_t total = s->nSamples + len - drop0;
     const int64_t frames = total < g.frameLen ? 0 : 1 + (total - g.frameLen) / g.shift;
-    if (!s->samples.reserve(total + 1) || !reserveFor(s, frames, false)) return zelStsMemAllocErr;
-    s->skip -= drop;
-    if (len > drop) {
+    if (!reserveFor(s, frames, false)) return zelStsMemAllocErr;
+    const bool utterance = s->cfg.cmvn == zelFeatureCmvnUtterance;
+    const bool wide = runsAvx2();
+    // The samples buffer holds less than a frame between steps, plus one step.
+    for (int64_t at = 0; at < len;) {
+        const int64_t drop = s->skip < len - at ? s->skip : len - at;
+        s->skip -= drop;
+        at += drop;
+        if (at == len) break;
+        const int64_t take = len - at < kChunkSamples ? len - at : kChunkSamples;
         if constexpr (sizeof(T) == 2)
-            ownConvert_16s32f(pSrc + drop, s->samples.p + s->nSamples, int(len - drop));
+            features::widen16(pSrc + at, int(take), s->samples.p + s->nSamples);
         else
-            ownCopy_32f(pSrc + drop, s->samples.p + s->nSamples, int(len - drop));
+            ownCopy_32f(pSrc + at, s->samples.p + s->nSamples, int(take));
+        at += take;
+        s->nSamples += take;
+        if (s->nSamples < g.frameLen) continue;
+        const int64_t n = 1 + (s->nSamples - g.frameLen) / g.shift;
+        Zel32f* first = s->statics.p + s->nStatics * g.staticDim;
+        computeStatics(s, s->samples.p, n, first, wide);
+        if (s->cfg.cmvn == zelFeatureCmvnSliding)
+            for (int64_t t = 0; t < n; ++t) slideNormalise(s, first + t * g.staticDim);
+        s->nStatics += n;
+        const int64_t used = n * g.shift < s->nSamples ? n * g.shift : s->nSamples;
+        s->skip += n * g.shift - used;
+        memmove(s->samples.p, s->samples.p + used, sizeof(Zel32f) * size_t(s->nSamples - used));
+        s->nSamples -= used;
+        if (!utterance)
+            if (ZelStatus st = deltaStage(s, false)) return st;
     }
-    s->nSamples = total;
-    for (int64_t t = 0; t < frames; ++t) {
-        Zel32f* v = s->statics.p + (s->nStatics + t) * g.staticDim;
-        computeStatic(s, s->samples.p + t * g.shift, v);
-        if (s->cfg.cmvn == zelFeatureCmvnSliding) slideNormalise(s, v);
-    }
-    s->nStatics += frames;
-    const int64_t used = frames * g.shift < total ? frames * g.shift : total;
-    s->skip += frames * g.shift - used;
-    memmove(s->samples.p, s->samples.p + used, sizeof(Zel32f) * size_t(total - used));
-    s->nSamples = total - used;
-    if (s->cfg.cmvn == zelFeatureCmvnUtterance) return zelStsNoErr;
-    return deltaStage(s, false);
+    return zelStsNoErr;
 }
 
 }  // namespace

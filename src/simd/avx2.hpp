@@ -61,11 +61,28 @@ inline void transpose4(F32x8& a, F32x8& b, F32x8& c, F32x8& d) {
     c.v = _mm256_shuffle_ps(t1, t3, _MM_SHUFFLE(1, 0, 1, 0));
     d.v = _mm256_shuffle_ps(t1, t3, _MM_SHUFFLE(3, 2, 3, 2));
 }
+// Comparisons (all ones where true, false for NaN, as the 128-bit ones),
+// selection, the sign bits, and the even and odd lanes of a then b within
+// each half.
+inline F32x8 cmplt(F32x8 a, F32x8 b) { return {_mm256_cmp_ps(a.v, b.v, _CMP_LT_OS)}; }
+inline F32x8 cmple(F32x8 a, F32x8 b) { return {_mm256_cmp_ps(a.v, b.v, _CMP_LE_OS)}; }
+inline F32x8 cmpgt(F32x8 a, F32x8 b) { return {_mm256_cmp_ps(a.v, b.v, _CMP_GT_OS)}; }
+inline F32x8 cmpeq(F32x8 a, F32x8 b) { return {_mm256_cmp_ps(a.v, b.v, _CMP_EQ_OQ)}; }
+inline F32x8 select(F32x8 mask, F32x8 a, F32x8 b) { return {_mm256_blendv_ps(b.v, a.v, mask.v)}; }
+inline int movemask(F32x8 m) { return _mm256_movemask_ps(m.v); }
+inline F32x8 evenLanes(F32x8 a, F32x8 b) { return {_mm256_shuffle_ps(a.v, b.v, _MM_SHUFFLE(2, 0, 2, 0))}; }
+inline F32x8 oddLanes(F32x8 a, F32x8 b) { return {_mm256_shuffle_ps(a.v, b.v, _MM_SHUFFLE(3, 1, 3, 1))}; }
 
 // ---- 32-bit integers
 // Toward zero; NaN and values outside the 32-bit range give -2147483648.
 inline I32x8 cvtTrunc(F32x8 a) { return {_mm256_cvttps_epi32(a.v)}; }
 inline F32x8 cvt8f(I32x8 a) { return {_mm256_cvtepi32_ps(a.v)}; }
+inline I32x8 set1(int32_t x) { return {_mm256_set1_epi32(x)}; }
+inline I32x8 sub(I32x8 a, I32x8 b) { return {_mm256_sub_epi32(a.v, b.v)}; }
+inline I32x8 sra(I32x8 a, int n) { return {_mm256_sra_epi32(a.v, _mm_cvtsi32_si128(n))}; }
+inline I32x8 sll(I32x8 a, int n) { return {_mm256_sll_epi32(a.v, _mm_cvtsi32_si128(n))}; }
+inline F32x8 asFloat(I32x8 a) { return {_mm256_castsi256_ps(a.v)}; }
+inline I32x8 asInt(F32x8 a) { return {_mm256_castps_si256(a.v)}; }
 
 // ---- 16-bit integers
 // Eight elements of `lo` and of `hi` into the two halves.

@@ -5,7 +5,9 @@
 #include <random>
 #include <vector>
 
-#include "common.hpp"
+#include "digest.hpp"
+#include "frame/dispatch.hpp"
+#include "frontend/features_kernels.hpp"
 
 namespace {
 
@@ -83,6 +85,11 @@ TEST(Features, AnyBlockSizesGiveTheFramesOfOneCall) {
     configs.push_back(c);
     c = defaults();
     c.frameShiftMs = 40.0f, c.window = zelFeatureWindowHann, c.fftSize = 1024;  // the shift exceeds the frame
+    configs.push_back(c);
+    c = defaults();
+    // Frames longer than the extractor's conversion step, and a transform
+    // long enough to be taken one frame at a time.
+    c.frameLengthMs = 600.0f, c.frameShiftMs = 130.0f, c.fftSize = 16384;
     configs.push_back(c);
     const std::vector<short> x = speechLike(16000 * 2 + 123, 7);
     for (size_t k = 0; k < configs.size(); ++k) {
@@ -177,6 +184,60 @@ TEST(Features, RefusedConfigurationsAndStates) {
     EXPECT_EQ(zelsrFeatureAccept_16s(e.s, pcm, 500), zelStsNoErr);
     std::vector<Zel32u> junk(64, 0x12345678u);
     EXPECT_EQ(zelsrFeatureFlush(reinterpret_cast<ZelFeatureState*>(junk.data())), zelStsContextMatchErr);
+}
+
+// The instruction sets this build and processor can run.
+std::vector<bool> widths() {
+    std::vector<bool> w{false};
+    if (zel::kBuiltWithAvx2 && zel::bestIsa() >= zel::Isa::kAvx2) w.push_back(true);
+    return w;
+}
+
+TEST(Features, FlooredLogarithmIsWithinTwoUnitsOfTheExactOne) {
+    std::vector<float> x;
+    for (double v = 1e-37; v < 3e38; v *= 1.0137) x.push_back(float(v));
+    for (float v : {1.0f, 2.0f, 0.5f, 1.41421354f, 1.41421366f, 0.70710677f, 1.0000001f, 0.99999994f}) x.push_back(v);
+    for (bool wide : widths()) {
+        std::vector<float> y = x;
+        zel::features::lnFloored(y.data(), int(y.size()), 1e-37f, wide);
+        for (size_t i = 0; i < x.size(); ++i) {
+            const double exact = std::log(double(x[i]));
+            const double ulp = std::max(
+                double(std::nextafter(std::fabs(float(exact)), INFINITY) - std::fabs(float(exact))), 1e-45);
+            ASSERT_LE(std::fabs(y[i] - exact), 2.0 * ulp) << x[i];
+        }
+        // The floor takes NaN and what lies below it; subnormal floors and
+        // infinities keep their exact logarithms, in any lane of a vector.
+        float v[11] = {7.0f, NAN, -3.0f, 0.0f, 1e-40f, INFINITY, 7.0f, 7.0f, 7.0f, 1e-40f, 2.0f};
+        zel::features::lnFloored(v, 11, 1e-42f, wide);
+        for (int i : {1, 2, 3}) EXPECT_EQ(v[i], logf(1e-42f));
+        EXPECT_EQ(v[4], logf(1e-40f));
+        EXPECT_EQ(v[9], logf(1e-40f));
+        EXPECT_EQ(v[5], INFINITY);
+        EXPECT_NEAR(v[0], std::log(7.0), 1e-6);
+        EXPECT_NEAR(v[10], std::log(2.0), 1e-6);
+    }
+}
+
+// Every build, processor and instruction set gives these frames bit for bit
+// (the default configuration takes no square roots, so no processor
+// estimate enters).
+TEST(Features, EveryBuildGivesTheSameFrames) {
+    const zel::Isa previous = zel::setMaxIsaForTesting(zel::Isa::kAvx512);
+    for (zel::Isa isa : {zel::Isa::kBaseline, zel::Isa::kAvx2, zel::Isa::kAvx512}) {
+        zel::setMaxIsaForTesting(isa);
+        ZelFeatureConfig c = defaults();
+        zt::Digest d;
+        zt::DigestSource src(77);
+        const std::vector<short> x = src.fill<short>(16000, -8000, 8000);
+        std::vector<float> f = oneCall(c, x);
+        d.add(f.data(), f.size());
+        c.output = zelFeatureFbank, c.energy = zelFeatureEnergyLog, c.deltaOrder = 0, c.window = zelFeatureWindowPovey;
+        f = oneCall(c, x);
+        d.add(f.data(), f.size());
+        EXPECT_EQ(d.h, 0x0422ee25df545a5cull) << std::hex << d.h << " on path " << static_cast<int>(isa);
+    }
+    zel::setMaxIsaForTesting(previous);
 }
 
 }  // namespace
