@@ -3,7 +3,8 @@
 // features (rows padded to 40), 1000 frames against one Gaussian for
 // zelsLogGaussAdd, one frame against 1000 Gaussians for the multi-mixture
 // forms, each beside the straightforward loop on the same data ("x_plain":
-// its speed over that loop, measured just before it).
+// its speed over that loop, measured just before it). zelsLogGaussMax and
+// zelsLogGaussAddMultiMix run at the same shapes beside their own loops.
 //
 // zelsLogGaussMultiMix_32f_D2 reads the mean and the variance matrix and
 // nothing else, so it is held against the machine's memory bandwidth,
@@ -76,6 +77,16 @@ float logAdd(float a, float b) {
 void plainAdd(const float* x, const float* m, const float* v, float* dst, int h, float val) {
     for (int y = 0; y < h; ++y) dst[y] = logAdd(val - 0.5f * quadForm(x + y * kStep, m, v), dst[y]);
 }
+void plainMax(const float* x, const float* m, const float* v, float* dst, int h, float val) {
+    for (int y = 0; y < h; ++y) {
+        const float g = val - 0.5f * quadForm(x + y * kStep, m, v);
+        if (g > dst[y]) dst[y] = g;
+    }
+}
+void plainAddMultiMix(const float* mean, const float* var, const float* src, const float* val, float* dst, int h) {
+    for (int y = 0; y < h; ++y)
+        dst[y] = logAdd(val[y] - 0.5f * quadForm(mean + size_t(y) * kStep, src, var + size_t(y) * kStep), dst[y]);
+}
 void plainMultiMix(const float* mean, const float* var, const float* src, float* dst, int h) {
     for (int y = 0; y < h; ++y) dst[y] -= 0.5f * quadForm(mean + size_t(y) * kStep, src, var + size_t(y) * kStep);
 }
@@ -146,6 +157,18 @@ void BM_zelsLogGaussAdd_32f_D2(benchmark::State& st) {
     zb::baselineRatio(st, "accum/add", false, calls);
 }
 
+void BM_Plain_Max_32f(benchmark::State& st) {
+    Data& d = data();
+    const double calls = run(st, kRows, 0, [&] { plainMax(d.x, d.mean, d.ivar, d.dst, kRows, -20.0f); });
+    zb::baselineRatio(st, "accum/maxframes", true, calls);
+}
+void BM_zelsLogGaussMax_32f_D2(benchmark::State& st) {
+    Data& d = data();
+    const double calls =
+        run(st, kRows, 0, [&] { zelsLogGaussMax_32f_D2(d.x, kStep, d.mean, d.ivar, kWidth, d.dst, kRows, -20.0f); });
+    zb::baselineRatio(st, "accum/maxframes", false, calls);
+}
+
 // The multi-mixture matrices' bytes per call.
 constexpr double matrixBytes(int rows) { return 2.0 * rows * kStep * sizeof(float); }
 
@@ -177,16 +200,34 @@ void BM_zelsLogGaussMaxMultiMix_32f_D2(benchmark::State& st) {
     zb::baselineRatio(st, "accum/max", false, calls);
 }
 
+void BM_Plain_AddMultiMix_32f(benchmark::State& st) {
+    Data& d = data();
+    const double calls =
+        run(st, kRows, matrixBytes(kRows), [&] { plainAddMultiMix(d.x, d.var, d.mean, d.val, d.dst, kRows); });
+    zb::baselineRatio(st, "accum/addmix", true, calls);
+}
+void BM_zelsLogGaussAddMultiMix_32f_D2(benchmark::State& st) {
+    Data& d = data();
+    const double calls = run(st, kRows, matrixBytes(kRows), [&] {
+        zelsLogGaussAddMultiMix_32f_D2(d.x, d.var, kStep, d.mean, kWidth, d.val, d.dst, kRows);
+    });
+    zb::baselineRatio(st, "accum/addmix", false, calls);
+}
+
 // The bandwidth first; each plain loop just before the member it is compared with.
 BENCHMARK(BM_StreamingRead)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Memcpy)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Plain_Add_32f);
 BENCHMARK(BM_zelsLogGaussAdd_32f_D2);
+BENCHMARK(BM_Plain_Max_32f);
+BENCHMARK(BM_zelsLogGaussMax_32f_D2);
 BENCHMARK(BM_Plain_MultiMix_32f)->Arg(kRows);
 BENCHMARK(BM_zelsLogGaussMultiMix_32f_D2)->Arg(kRows);
 BENCHMARK(BM_Plain_MultiMix_32f)->Arg(kManyRows);
 BENCHMARK(BM_zelsLogGaussMultiMix_32f_D2)->Arg(kManyRows);
 BENCHMARK(BM_Plain_MaxMultiMix_32f);
 BENCHMARK(BM_zelsLogGaussMaxMultiMix_32f_D2);
+BENCHMARK(BM_Plain_AddMultiMix_32f);
+BENCHMARK(BM_zelsLogGaussAddMultiMix_32f_D2);
 
 }  // namespace

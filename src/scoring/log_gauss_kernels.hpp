@@ -507,6 +507,13 @@ inline void lowRows(X x, M m, W w, int width, int y0, LowShifts sh, Sink& sink) 
     }
 }
 
+// The width from which the wide Low kernels take the rows. A wide row pays
+// for adding its blocks and for its last columns, which go by the short
+// groups of the rows here, one row at a time; measured at 1000 rows, the
+// rows here, two at a time, are faster below this width (at 16 and 39
+// columns) and slower from it on (64 to 256 columns).
+constexpr int kWideLowWidth = 64;
+
 // Rows in pairs; the last row of an odd height shifts per group.
 template <bool Aligned, class X, class M, class W, class Sink>
 inline void lowSums(X x, M m, W w, int width, int height, int scaleFactor, Sink sink) {
@@ -514,7 +521,7 @@ inline void lowSums(X x, M m, W w, int width, int height, int scaleFactor, Sink 
     int y = 0;
     if constexpr (kBuiltWithAvx2 && kWideRows<X, M, W>) {
         const WideIsa isa = wideIsa();
-        if (isa != WideIsa::kNone) {
+        if (isa != WideIsa::kNone && width >= kWideLowWidth) {
             y = height - height % 2;
             const WideShifts wsh{sh.hLeft, sh.hRight, sh.lRight};
             wideChunks<int32_t>(

@@ -400,7 +400,7 @@ ZelStatus smallTable(const Tuned<T, Score>& t, Zel32f* pDst, int height, Zel32f 
 // The large table, straight from the table, F frames at a time: each takes
 // its next four selected Gaussians in turn, scores them at once and folds
 // them into its lane-order sum. A frame's folds wait on each other; those
-// of the other frame fill the wait.
+// of the other frames fill the wait.
 template <int F, class T, class Score>
 void largeTableFrames(const Tuned<T, Score>& t, int f0, Zel32f* pDst) {
     SelectedGaussians walk[F];
@@ -431,6 +431,7 @@ template <class T, class Score>
 void largeTable(const Tuned<T, Score>& t, Zel32f* pDst, int height, Zel32f noneValue) {
     for (int f = 0; f < height; ++f) pDst[f] = noneValue;
     int f = 0;
+    for (; f + 4 <= height; f += 4) largeTableFrames<4>(t, f, pDst);
     for (; f + 2 <= height; f += 2) largeTableFrames<2>(t, f, pDst);
     if (f < height) largeTableFrames<1>(t, f, pDst);
 }

@@ -237,9 +237,11 @@ TEST(IsaPaths, EveryMemberGivesTheBaselineBitsOnEveryPath) {
     const std::vector<zel::Isa> paths = isas();
     const zel::Isa previous = zel::setMaxIsaForTesting(zel::Isa::kAvx512);
     // Widths around the group of 4 and 8 columns and the full-width loads of
-    // 32 and 64 bytes; heights around the blocks of 8 and 16 rows, the
-    // blocks of 100 and 128 of the folding members, and the chunks of 256.
-    for (int width : {1, 3, 4, 5, 7, 8, 9, 12, 15, 16, 17, 24, 31, 32, 33, 39, 47, 64, 65, 100})
+    // 32 and 64 bytes, and above the width from which the Low members take
+    // the wide kernels, with every short group after the full-width loads
+    // (90, 127); heights around the blocks of 8 and 16 rows, the blocks of
+    // 100 and 128 of the folding members, and the chunks of 256.
+    for (int width : {1, 3, 4, 5, 7, 8, 9, 12, 15, 16, 17, 24, 31, 32, 33, 39, 47, 64, 65, 90, 100, 127})
         for (int height : {1, 2, 7, 16, 17, 33, 101, 129, 300}) {
             const Model model(width, height);
             for (const Member& member : all) {

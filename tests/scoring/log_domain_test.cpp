@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
+#include <cmath>
 
 #include "common.hpp"
 #include "scoring/log_domain.hpp"
@@ -335,6 +336,27 @@ TEST(LogSum, FollowsTheStatedLaneOrderBitForBit) {
             ASSERT_EQ(zelsLogSum_64f(q.data(), &got64, len, -3), zelStsNoErr);
             EXPECT_SAME_BITS(got64, r64) << "len " << len;
         }
+    }
+    // Lanes of one group in different regimes, at the thresholds (against a
+    // first group of zeros) and on either side of them, below the cut and
+    // under the floor: each lane keeps the polynomial of its own regime.
+    const float edge[] = {-2.55f, -6.8f, -15.3195879547406f, -1.0f, -4.0f, -9.0f, -30.0f, 0.0f, -5e6f};
+    const int kEdges = static_cast<int>(sizeof edge / sizeof edge[0]);
+    for (int trial = 0; trial < 64; ++trial) {
+        float p[16];
+        for (int i = 0; i < 16; ++i) {
+            const float e = i < 4 && trial % 4 == 0 ? 0.0f : edge[(trial * 7 + i * 5 + i * i) % kEdges];
+            p[i] = i % 3 == 2 && trial % 4 != 0 ? std::nextafter(e, trial % 2 ? 1.0f : -1.0f) : e;
+        }
+        float acc[4] = {p[0], p[1], p[2], p[3]};
+        for (int i = 4; i < 16; i += 4)
+            for (int l = 0; l < 4; ++l) acc[l] = fold32(p[i + l], acc[l], true, true);
+        acc[0] = fold32(acc[2], acc[0], true, true);
+        acc[1] = fold32(acc[3], acc[1], true, true);
+        const float want = fold32(acc[1], acc[0], true, true);
+        float got = 0;
+        ASSERT_EQ(zelsLogSum_32f(p, &got, 16, zelAlgHintNone), zelStsNoErr);
+        EXPECT_SAME_BITS(got, want) << "trial " << trial;
     }
     // One element is written as it is, without a fold, whatever its bits.
     const float signalling = zt::fromBits(0x7fa00001u);

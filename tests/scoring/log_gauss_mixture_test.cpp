@@ -261,7 +261,9 @@ TEST(LogGaussMixture, SelectPathsAtTheirSizeBoundaries) {
     };
     for (const Case& c : {Case{8, 14, kGeneral, kGeneral}, Case{9, 14, kSmall, kSmall}, Case{9, 1, kGeneral, kGeneral},
                           Case{9, 2, kSmall, kSmall}, Case{20, 19, kSmall, kSmall}, Case{20, 20, kSmall, kLarge},
-                          Case{20, 21, kLarge, kLarge}, Case{21, 2, kLarge, kLarge}, Case{32, 40, kLarge, kLarge}}) {
+                          Case{20, 21, kLarge, kLarge}, Case{21, 2, kLarge, kLarge}, Case{32, 40, kLarge, kLarge},
+                          // Frames of the large table go four, then two, then one at a time.
+                          Case{32, 23, kLarge, kLarge}}) {
         for (int w : {3, 39}) checkSelect<float>({"Select_32f_D2", false, false}, c.nGauss, c.h, c.p32, w);
         checkSelect<int16_t>({"SelectScaled_16s32f_D2", false, false}, c.nGauss, c.h, c.p16, 15);
     }
