@@ -39,6 +39,7 @@ inline void unit(const typename S::T* src, float* dst, const float* w, const flo
         a[u] = K::zero();
         base[u] = u < L ? rows[row + u * kB] : nullptr;
     }
+#pragma GCC unroll 4
     for (int j = 0; j < full4; j += 4) {
         const F x = K::every(S::four(src + j));
         for (int u = 0; u < L; ++u) a[u] = K::add(a[u], K::mul(x, K::loadu(base[u] + 4 * j)));
@@ -68,6 +69,7 @@ void cepstrum(const typename S::T* src, float* dst, const Record& st) {
     if (st.hasC0) {
         // Row 0 is all ones: the sum takes the elements as they are.
         float sum = 0.0f;
+#pragma GCC unroll 8
         for (int j = 0; j < n; ++j) sum += S::one(src + j);
         dst[c] = w[0] * sum;
     }
@@ -82,6 +84,7 @@ void cepstrum(const typename S::T* src, float* dst, const Record& st) {
         // The tail products at once, then added one by one.
         if (const int rest = n - full8) {
             _mm256_store_ps(t, _mm256_mul_ps(S::first(src + full8, rest), _mm256_load_ps(row + full8)));
+#pragma GCC unroll 8
             for (int j = 0; j < rest; ++j) l0 += t[j];
         }
         const float sum = (((((l0 + l[2]) + l[6]) + l[1]) + l[5]) + l[3]) + l[7];
