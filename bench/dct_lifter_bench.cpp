@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "baseline.hpp"
+#include "frame/dispatch.hpp"
 #include "zelsr.h"
 
 namespace {
@@ -58,15 +59,22 @@ void BM_Plain_DCTLifter_23to13(benchmark::State& st) {
             plainLifter(&d.x[f * kLenDCT], &d.y[f * (kLenCep + 1)], d.cosines.data(), d.lifter.data());
     });
 }
-void BM_zelsDCTLifter_32f_23to13(benchmark::State& st) {
+// The library on the instruction set `isa` at most; skipped where the
+// processor lacks it.
+void BM_zelsDCTLifter_32f_23to13(benchmark::State& st, zel::Isa isa) {
+    if (zel::bestIsa() < isa) return st.SkipWithError("instruction set not available");
+    const zel::Isa saved = zel::setMaxIsaForTesting(isa);
     Data& d = data();
     zb::measure(st, "dct_lifter", false, "frames/s", kFrames, [&] {
         for (int f = 0; f < kFrames; ++f) zelsDCTLifter_32f(&d.x[f * kLenDCT], &d.y[f * (kLenCep + 1)], d.state);
     });
+    zel::setMaxIsaForTesting(saved);
 }
 
-// The plain loop runs just before the member it is compared with.
+// The plain loop runs just before the members it is compared with.
 BENCHMARK(BM_Plain_DCTLifter_23to13);
-BENCHMARK(BM_zelsDCTLifter_32f_23to13);
+BENCHMARK_CAPTURE(BM_zelsDCTLifter_32f_23to13, sse41, zel::Isa::kBaseline);
+BENCHMARK_CAPTURE(BM_zelsDCTLifter_32f_23to13, avx2, zel::Isa::kAvx2);
+BENCHMARK_CAPTURE(BM_zelsDCTLifter_32f_23to13, avx512, zel::Isa::kAvx512);
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "baseline.hpp"
+#include "frame/dispatch.hpp"
 #include "zelsr.h"
 
 namespace {
@@ -52,16 +53,23 @@ void BM_Plain_DeltaDelta_Win2_13x1000(benchmark::State& st) {
     Data& d = data();
     zb::measure(st, "delta", true, "frames/s", kFrames, [&] { plainDeltaDelta(d.x.data(), d.dst.data()); });
 }
-void BM_zelsDeltaDelta_Win2_32f_D2_13x1000(benchmark::State& st) {
+// The library on the instruction set `isa` at most; skipped where the
+// processor lacks it.
+void BM_zelsDeltaDelta_Win2_32f_D2_13x1000(benchmark::State& st, zel::Isa isa) {
+    if (zel::bestIsa() < isa) return st.SkipWithError("instruction set not available");
+    const zel::Isa saved = zel::setMaxIsaForTesting(isa);
     Data& d = data();
     zb::measure(st, "delta", false, "frames/s", kFrames, [&] {
         zelsDeltaDelta_Win2_32f_D2(d.x.data(), kWidth, d.dst.data(), kStep, kFrames, kScale, kScale2,
                                    zelBeginStream | zelEndStream);
     });
+    zel::setMaxIsaForTesting(saved);
 }
 
-// The plain loops run just before the member they are compared with.
+// The plain loops run just before the members they are compared with.
 BENCHMARK(BM_Plain_DeltaDelta_Win2_13x1000);
-BENCHMARK(BM_zelsDeltaDelta_Win2_32f_D2_13x1000);
+BENCHMARK_CAPTURE(BM_zelsDeltaDelta_Win2_32f_D2_13x1000, sse41, zel::Isa::kBaseline);
+BENCHMARK_CAPTURE(BM_zelsDeltaDelta_Win2_32f_D2_13x1000, avx2, zel::Isa::kAvx2);
+BENCHMARK_CAPTURE(BM_zelsDeltaDelta_Win2_32f_D2_13x1000, avx512, zel::Isa::kAvx512);
 
 }  // namespace

@@ -77,13 +77,18 @@ int main(int argc, char** argv) {
     feat = (float*)malloc(sizeof(float) * kRow * frames);
     if (!window || !frame || !logMel || !cep || !feat) goto out;
     for (j = 0; j < win; ++j) window[j] = (float)(0.54 - 0.46 * cos(2 * 3.14159265358979323846 * j / (win - 1)));
+    /* Zero padding to the FFT length; the filter bank does not write its input. */
+    memset(frame + win, 0, sizeof(float) * (fftLen - win));
 
     for (t = 0; t < frames; ++t) {
         const int16_t* x = pcm + (size_t)t * hop;
         float energy[kFilters];
-        /* Pre-emphasis, Hamming window, zero padding to the FFT length. */
-        for (j = 0; j < win; ++j) frame[j] = window[j] * (x[j] - 0.97f * (j ? x[j - 1] : x[0]));
-        memset(frame + win, 0, sizeof(float) * (fftLen - win));
+        /* Pre-emphasis and Hamming window. The first sample is its own
+           predecessor; the rest is one loop without a test in it, which the
+           compiler turns into vector code (this loop took a third of the run
+           while it tested j for every sample). */
+        frame[0] = window[0] * (x[0] - 0.97f * x[0]);
+        for (j = 1; j < win; ++j) frame[j] = window[j] * (x[j] - 0.97f * x[j - 1]);
         if (check(zelsEvalFBank_32f(frame, energy, bank), "filter bank")) goto out;
         for (j = 0; j < kFilters; ++j) logMel[t * kFilters + j] = logf(energy[j] > 1e-3f ? energy[j] : 1e-3f);
         if (check(zelsDCTLifter_32f(logMel + t * kFilters, cep + t * kStatic, lifter), "DCT lifter")) goto out;

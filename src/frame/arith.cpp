@@ -4,6 +4,7 @@
 #include <math.h>
 
 #include "checks.hpp"
+#include "dispatch.hpp"
 #include "fixed.hpp"
 #include "simd/simd.hpp"
 #include "threading.hpp"
@@ -11,6 +12,11 @@
 
 using namespace zel;
 namespace sv = zel::simd;
+
+// Whole blocks of eight magnitudes on AVX2 (arith_avx2.cpp); returns how many it formed.
+namespace zel::arith::avx2 {
+int magnitude32fc(const float* src, float* dst, int n);
+}
 
 namespace {
 
@@ -55,6 +61,9 @@ sv::F32x4 magnitude4(sv::F32x4 x) {
 
 void magnitude32fc(const float* src, float* dst, int n) {
     int i = 0;
+#if defined(ZELSR_HAVE_AVX2)
+    if (runsAvx2()) i = zel::arith::avx2::magnitude32fc(src, dst, n);
+#endif
     for (; i + 4 <= n; i += 4) {
         float x[4];
         for (int k = 0; k < 4; ++k) {

@@ -4,8 +4,10 @@
 #include <limits.h>
 
 #include "frame/checks.hpp"
+#include "frame/dispatch.hpp"
 #include "frame/toolkit.h"
 #include "frontend/dct_lifter_kernels.hpp"
+#include "frontend/dct_lifter_wide.hpp"
 #include "zelcore.h"
 
 using namespace zel;
@@ -86,12 +88,26 @@ ZelStatus release(void* pState, uint32_t tag) {
     return zelStsNoErr;
 }
 
+// One frame on the widest kernels this call may use; `Src` is the baseline
+// kernel's source, for processors without them.
+template <class Src>
+void frame(const typename Src::T* src, float* dst, const Record& r) {
+    [[maybe_unused]] const Isa isa = activeIsa();
+#if defined(ZELSR_HAVE_AVX512)
+    if (isa >= Isa::kAvx512) return avx512::cepstrum(src, dst, r);
+#endif
+#if defined(ZELSR_HAVE_AVX2)
+    if (isa >= Isa::kAvx2) return avx2::cepstrum(src, dst, r);
+#endif
+    cepstrum<Src>(src, dst, r);
+}
+
 template <class Src>
 ZelStatus evalFixed(const typename Src::T* pSrc, Zel16s* pDst, ZelDCTLifterState_16s* pState, int scaleFactor) {
     if (ZelStatus s = requireNonNull(pState, pSrc, pDst)) return s;
     const Record* r = ready(pState, kTagFixed);
     if (!r) return zelStsContextMatchErr;
-    cepstrum<Src>(pSrc, r->pOut, *r);
+    frame<Src>(pSrc, r->pOut, *r);
     return ownConvert_32f16s_Sfs(r->pOut, pDst, r->lenCepstrum + r->hasC0, 1, scaleFactor);
 }
 
@@ -221,9 +237,9 @@ ZELSR_API ZelStatus zelsDCTLifter_32f(const Zel32f* pSrc, Zel32f* pDst, const Ze
     const Record* r = ready(pState, kTagFloat);
     if (!r) return zelStsContextMatchErr;
     if (isAligned16(pSrc))
-        cepstrum<AlignedFloats>(pSrc, pDst, *r);
+        frame<AlignedFloats>(pSrc, pDst, *r);
     else
-        cepstrum<UnalignedFloats>(pSrc, pDst, *r);
+        frame<UnalignedFloats>(pSrc, pDst, *r);
     return zelStsNoErr;
 }
 ZELSR_API ZelStatus zelsDCTLifter_16s_Sfs(const Zel16s* pSrc, Zel16s* pDst, ZelDCTLifterState_16s* pState,

@@ -10,28 +10,13 @@
 #include <stdint.h>
 #include <string.h>
 
+#include "frontend/dct_lifter_record.hpp"
 #include "simd/simd.hpp"
 #include "zelsr.h"
 
 namespace zel::lifter {
 
 namespace sv = zel::simd;
-
-// Tags that tell a ready float state from a ready 16-bit one; anything else
-// (a released state, memory never built) is refused.
-enum : uint32_t { kTagFloat = 0x4c494633u, kTagFixed = 0x4c493631u, kTagNone = 0 };
-
-struct Record {
-    uint32_t tag;
-    int32_t nLifter;      // -1 in the Mul flavours
-    int32_t lenDCT;       // N
-    int32_t lenCepstrum;  // C, coefficients besides coefficient 0
-    int32_t hasC0;
-    int32_t ownsMemory;   // 1 for a state from InitAlloc
-    float* pLifter;       // C + 1 multipliers, entry i for coefficient i
-    float* pOut;          // 16-bit states: C + 1 float results before conversion
-    float** ppCos;        // C + 1 rows of N cosines, each on a 32-byte boundary
-};
 
 constexpr double kPi = 3.14159265358979323846;
 
@@ -139,14 +124,16 @@ inline void build(void* mem, const Recipe& s, bool ownsMemory) {
     // Row i, column j: cos(p * i * pi / N) with p = (j + 1) - 0.5 formed in
     // single precision; padding past column N - 1 stays zero.
     float** rows = r->ppCos;
+    float* first = reinterpret_cast<float*>(bytes + l.rows);
+    memset(first, 0, (size_t(c) + 1) * size_t(l.rowFloats) * sizeof(float));
     for (int i = 0; i <= c; ++i) {
-        float* row = reinterpret_cast<float*>(bytes + l.rows) + size_t(i) * size_t(l.rowFloats);
+        const int inGroup = isGrouped(i, c) ? (i - 1) % 4 : 0;
+        float* row = first + size_t(i - inGroup) * size_t(l.rowFloats) + 4 * inGroup;
         rows[i] = row;
-        memset(row, 0, size_t(l.rowFloats) * sizeof(float));
         const double angle = double(i) * kPi;
         for (int j = 0; j < n; ++j) {
             const float p = float(j + 1) - 0.5f;
-            row[j] = float(cos(double(p) * angle / double(n)));
+            row[rowElement(i, c, j)] = float(cos(double(p) * angle / double(n)));
         }
     }
     // The tag goes last: a state is recognised only once it is complete.
@@ -183,7 +170,8 @@ struct Ints {
 // the elements past the last full four go into lane 0, and the lanes are
 // added 0, 1, 2, 3. A row left over sums in eight lanes; lane 4 joins lane 0
 // before the tail, and the lanes are added 0, 2, 6, 1, 5, 3, 7. Coefficient 0
-// is a plain running sum. Every source gives these same sums.
+// is a plain running sum. Every source gives these same sums, and the wide
+// kernels (dct_lifter_wide_kernels.hpp) form them in this order too.
 template <class Src>
 void cepstrum(const typename Src::T* src, float* dst, const Record& st) {
     const int n = st.lenDCT, c = st.lenCepstrum;
@@ -194,9 +182,11 @@ void cepstrum(const typename Src::T* src, float* dst, const Record& st) {
     // The running sums are the longest chains of dependent additions; they
     // go first, so that the grouped rows below overlap with them.
     if (st.hasC0) {
-        const float* row = rows[0];
         float sum = 0.0f;
-        for (int j = 0; j < n; ++j) sum += Src::one(src + j) * row[j];
+        // Row 0 is cos 0 = 1 in every column, and x * 1 is x bit for bit (a
+        // signalling NaN is quieted by the sum as by the product), so the sum
+        // takes the elements as they are.
+        for (int j = 0; j < n; ++j) sum += Src::one(src + j);
         dst[c] = w[0] * sum;
     }
     const int grouped = c & ~3;
@@ -224,24 +214,26 @@ void cepstrum(const typename Src::T* src, float* dst, const Record& st) {
         tail = sv::set4f(Src::one(p), rest > 1 ? Src::one(p + 1) : 0.0f, rest > 2 ? Src::one(p + 2) : 0.0f, 0.0f);
     }
     for (int i = 1; i <= grouped; i += 4) {
+        // The group's four rows, a column four of each at 16 * (j / 4).
         const float* r0 = rows[i];
-        const float* r1 = rows[i + 1];
-        const float* r2 = rows[i + 2];
-        const float* r3 = rows[i + 3];
+        const float* r1 = r0 + 4;
+        const float* r2 = r0 + 8;
+        const float* r3 = r0 + 12;
         sv::F32x4 a0 = sv::zero4f(), a1 = sv::zero4f(), a2 = sv::zero4f(), a3 = sv::zero4f();
         for (int j = 0; j < full4; j += 4) {
             const sv::F32x4 x = Src::four(src + j);
-            a0 = sv::add(a0, sv::mul(x, sv::load4f(r0 + j)));
-            a1 = sv::add(a1, sv::mul(x, sv::load4f(r1 + j)));
-            a2 = sv::add(a2, sv::mul(x, sv::load4f(r2 + j)));
-            a3 = sv::add(a3, sv::mul(x, sv::load4f(r3 + j)));
+            a0 = sv::add(a0, sv::mul(x, sv::load4f(r0 + 4 * j)));
+            a1 = sv::add(a1, sv::mul(x, sv::load4f(r1 + 4 * j)));
+            a2 = sv::add(a2, sv::mul(x, sv::load4f(r2 + 4 * j)));
+            a3 = sv::add(a3, sv::mul(x, sv::load4f(r3 + 4 * j)));
         }
         // Lane t of the four rows side by side: lane 0 then takes the tail
         // products of all four rows at once, element by element.
         sv::transpose4(a0, a1, a2, a3);
         if (const int rest = n - full4) {
-            sv::F32x4 q0 = sv::mul(tail, sv::load4f(r0 + full4)), q1 = sv::mul(tail, sv::load4f(r1 + full4));
-            sv::F32x4 q2 = sv::mul(tail, sv::load4f(r2 + full4)), q3 = sv::mul(tail, sv::load4f(r3 + full4));
+            const int at = 4 * full4;
+            sv::F32x4 q0 = sv::mul(tail, sv::load4f(r0 + at)), q1 = sv::mul(tail, sv::load4f(r1 + at));
+            sv::F32x4 q2 = sv::mul(tail, sv::load4f(r2 + at)), q3 = sv::mul(tail, sv::load4f(r3 + at));
             sv::transpose4(q0, q1, q2, q3);
             a0 = sv::add(a0, q0);
             if (rest > 1) a0 = sv::add(a0, q1);

@@ -2,7 +2,9 @@
 // Dynamic features: the streaming delta and delta-delta windows with their
 // begin and end flags, the Aurora window, and the in-place regression.
 #include "frame/checks.hpp"
+#include "frame/dispatch.hpp"
 #include "frontend/delta_kernels.hpp"
+#include "frontend/delta_wide.hpp"
 
 using namespace zel;
 using namespace zel::delta;
@@ -13,6 +15,23 @@ constexpr int kBegin = zelBeginStream, kEnd = zelEndStream;
 
 // Rows that a begin call must bring before the first steady step.
 constexpr int kHistoryWin1 = 2, kHistoryWin2 = 4, kHistoryDDWin1 = 3, kHistoryDDWin2 = 6, kHistoryAurora = 8;
+
+// The steady rows of a stream on the widest kernels this call may use,
+// chosen once; false leaves them to the baseline loop.
+template <int A, int B, class SM, class DM, class EM>
+auto wideSteady(const SM& sm, const DM& dm, const EM& em) {
+    const Isa isa = activeIsa();
+    return [isa, &sm, &dm, &em](const auto& rows) {
+        (void)rows;
+#if defined(ZELSR_HAVE_AVX512)
+        if (isa >= Isa::kAvx512) return avx512::steady<A, B>(rows, sm, dm, em), true;
+#endif
+#if defined(ZELSR_HAVE_AVX2)
+        if (isa >= Isa::kAvx2) return avx2::steady<A, B>(rows, sm, dm, em), true;
+#endif
+        return false;
+    };
+}
 
 // Streaming checks, in their order: pointers, sizes, the step against the
 // blocks of a row, and a begin call with too few frames.
@@ -30,7 +49,7 @@ ZelStatus runDelta(const E* pSrc, const void* pVal, int width, E* pDst, int dstS
     constexpr int history = A == 1 ? kHistoryWin1 : kHistoryWin2;
     if (ZelStatus s = checkStream(width, 2 * int64_t(width), dstStep, height, mode, history, pSrc, pDst, pVal))
         return s;
-    stream<A, 0>(pSrc, width, pDst, dstStep, height, mode, history, sm, dm, dm, sf);
+    stream<A, 0>(pSrc, width, pDst, dstStep, height, mode, history, sm, dm, dm, sf, wideSteady<A, 0>(sm, dm, dm));
     return zelStsNoErr;
 }
 
@@ -40,7 +59,7 @@ ZelStatus runDeltaDelta(const E* pSrc, const void* pVal, int width, E* pDst, int
     constexpr int history = A == 1 ? kHistoryDDWin1 : kHistoryDDWin2;
     if (ZelStatus s = checkStream(width, 3 * int64_t(width), dstStep, height, mode, history, pSrc, pDst, pVal))
         return s;
-    stream<A, A>(pSrc, width, pDst, dstStep, height, mode, history, sm, dm, em, sf);
+    stream<A, A>(pSrc, width, pDst, dstStep, height, mode, history, sm, dm, em, sf, wideSteady<A, A>(sm, dm, em));
     return zelStsNoErr;
 }
 
@@ -65,6 +84,14 @@ ZelStatus runEval(E* p, const void* pVal, int height, int step, int width, int o
                                          zelStsSizeErr),
                                  require(int64_t(step) >= int64_t(offset) + 2 * int64_t(width), zelStsStrideErr)))
         return s;
+    [[maybe_unused]] const InPlaceRows<E> rows{p, height, step, width, offset, winSize, sf & 31};
+    [[maybe_unused]] const Isa isa = activeIsa();
+#if defined(ZELSR_HAVE_AVX512)
+    if (isa >= Isa::kAvx512) return avx512::evalDelta(rows, m), zelStsNoErr;
+#endif
+#if defined(ZELSR_HAVE_AVX2)
+    if (isa >= Isa::kAvx2) return avx2::evalDelta(rows, m), zelStsNoErr;
+#endif
     evalDelta(p, height, step, width, offset, winSize, m, sf);
     return zelStsNoErr;
 }

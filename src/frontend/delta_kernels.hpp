@@ -15,6 +15,7 @@
 
 #include <type_traits>
 
+#include "frontend/delta_rules.hpp"
 #include "simd/simd.hpp"
 
 namespace zel::delta {
@@ -108,28 +109,6 @@ struct ShortOne {
     static F mulF(F a, F b) { return a * b; }
 };
 
-// ---- The arithmetic rules of the two element types ---------------------------
-
-// Floats: plain differences, a radius-two sum added d1 + d2 + d2 from the
-// left, and a product with the multiplier.
-template <class P>
-struct FloatRules : P {
-    using V = typename P::V;
-    static V diff(V a, V b) { return P::sub(a, b); }
-    static V win2(V d1, V d2) { return P::add(P::add(d1, d2), d2); }
-    static V scaled(V v, V m, int) { return P::mul(v, m); }
-};
-// 16 bits: differences wrap, the radius-two term is doubled and added with
-// 16-bit saturation, and a result is the exact product shifted by the scale
-// factor, saturated when stored.
-template <class P>
-struct ShortRules : P {
-    using V = typename P::V;
-    static V diff(V a, V b) { return P::wrap16(P::sub(a, b)); }
-    static V win2(V d1, V d2) { return P::clamp16(P::add(d1, P::clamp16(P::add(d2, d2)))); }
-    static V scaled(V v, V m, int s) { return P::shift(P::mul(v, m), s); }
-};
-
 template <class E>
 struct PacksOf;
 template <>
@@ -152,25 +131,6 @@ inline void sweep(int width, F&& f) {
     for (; j + W::kLanes <= width; j += W::kLanes) f(W{}, j);
     for (; j < width; ++j) f(O{}, j);
 }
-
-// ---- Multipliers: one value for the whole block, or one per element -----------
-
-template <class E>
-struct Splat {
-    E value;
-    template <class P>
-    typename P::V at(int) const { return P::splat(value); }
-};
-// The offset is added only when read, so a null table is never offset before its check.
-template <class E>
-struct Table {
-    const E* p;
-    ptrdiff_t offset = 0;
-    template <class P>
-    typename P::V at(int j) const { return P::load(p + offset + j); }
-};
-// Statics copied unchanged.
-struct Copy {};
 
 template <class P, class E>
 inline void putStatic(E* out, const E* in, int j, Copy, int) {
@@ -201,9 +161,13 @@ inline typename P::V windowAt(const R& rowAt, int j, const M& m, int sf) {
 // rows from 0; without it rows 0..H-1 are the kept ones, of which the delta of
 // rows from H - A and the delta-delta of rows from H - A - B are still due.
 // The multipliers come by value, so that no store through pDst can change them.
-template <int A, int B, class E, class SM, class DM, class EM>
+//
+// `wide` may take over the steady rows: given them as SteadyRows, it returns
+// true once it has written all three blocks of them, or false to leave them
+// to the loop here.
+template <int A, int B, class E, class SM, class DM, class EM, class Wide>
 void stream(const E* pSrc, int width, E* pDst, ptrdiff_t step, int height, int mode, int history, const SM sm,
-            const DM dm, const EM em, int sf) {
+            const DM dm, const EM em, int sf, Wide wide) {
     const bool begin = (mode & 1) != 0, end = (mode & 2) != 0;
     const int first = begin ? 0 : history;
     const int last = first + height - 1;
@@ -234,7 +198,12 @@ void stream(const E* pSrc, int width, E* pDst, ptrdiff_t step, int height, int m
         const int u = t - A, v = u - B;
         if (nextD == u && u >= A && (B == 0 || (nextE == v && v >= B))) {
             // Steady rows: no index is clamped, and the three blocks go in
-            // one pass over the row.
+            // one pass over the row. Once a row is steady, so are all after it.
+            if (wide(SteadyRows<E>{in, width, pDst, step, t, last, sf})) {
+                nextD = last - A + 1;
+                nextE = last - A - B + 1;
+                break;
+            }
             auto statics = [&](int k) { return out - ptrdiff_t(A - k) * step; };
             auto deltas = [&](int k) { return out - ptrdiff_t(A + B - k) * step + width; };
             E* outD = out - ptrdiff_t(A) * step + width;
