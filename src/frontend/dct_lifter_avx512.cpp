@@ -8,9 +8,6 @@
 #include "frontend/dct_lifter_wide.hpp"
 #include "frontend/dct_lifter_wide_kernels.hpp"
 
-// GCC 12 takes the intrinsics' own undefined vectors for uninitialised values.
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-
 namespace zel::lifter::avx512 {
 namespace {
 

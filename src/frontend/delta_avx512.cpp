@@ -8,9 +8,6 @@
 #include "frontend/delta_wide.hpp"
 #include "frontend/delta_wide_kernels.hpp"
 
-// GCC 12 takes the intrinsics' own undefined vectors for uninitialised values.
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-
 namespace zel::delta::avx512 {
 namespace {
 

@@ -8,11 +8,6 @@
 // builds without those kernels.
 #if defined(ZELSR_HAVE_AVX512)
 
-// GCC 12 takes the undefined source operand of its 512-bit shuffle
-// intrinsics for an uninitialised variable.
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
-#pragma GCC diagnostic ignored "-Wuninitialized"
-
 #include "simd/avx512.hpp"
 
 #include "scoring/log_gauss_wide_kernels.hpp"
