@@ -23,6 +23,8 @@ namespace {
 // which the processor gives alike at both widths).
 struct Lanes8 {
     static constexpr int kLanes = 8;
+    // Moving lanes across the two halves costs more than a second load.
+    static constexpr bool kSuccessors = false;
     using F = __m256;
     using I = __m256i;
     using M = __m256;

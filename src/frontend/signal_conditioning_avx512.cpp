@@ -27,6 +27,7 @@ namespace {
 
 struct Lanes16 {
     static constexpr int kLanes = 16;
+    static constexpr bool kSuccessors = true;
     using F = __m512;
     using I = __m512i;
     using M = __mmask16;
@@ -35,11 +36,15 @@ struct Lanes16 {
     static F set1(float x) { return _mm512_set1_ps(x); }
     static I seti(int32_t x) { return _mm512_set1_epi32(x); }
     static F loadu(const float* p) { return _mm512_loadu_ps(p); }
+    static F loadFirst(const float* p, int n) { return _mm512_maskz_loadu_ps(__mmask16((1u << n) - 1u), p); }
     static void storeu(float* p, F a) { _mm512_storeu_ps(p, a); }
     static F add(F a, F b) { return _mm512_add_ps(a, b); }
     static F sub(F a, F b) { return _mm512_sub_ps(a, b); }
     static F mul(F a, F b) { return _mm512_mul_ps(a, b); }
     static F max(F a, F b) { return _mm512_max_ps(a, b); }
+    static F successors(F a, F b) {
+        return _mm512_castsi512_ps(_mm512_alignr_epi32(_mm512_castps_si512(b), _mm512_castps_si512(a), 1));
+    }
     static M lt(F a, F b) { return _mm512_cmp_ps_mask(a, b, _CMP_LT_OS); }
     static M le(F a, F b) { return _mm512_cmp_ps_mask(a, b, _CMP_LE_OS); }
     static M andM(M a, M b) { return M(a & b); }

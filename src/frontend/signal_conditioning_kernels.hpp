@@ -25,6 +25,7 @@ namespace zel::cond {
 // four lanes of the 128-bit vocabulary (SSE4.1, or the portable lanes).
 struct Lanes4 {
     static constexpr int kLanes = 4;
+    static constexpr bool kSuccessors = false;
     using F = simd::F32x4;
     using I = simd::I32x4;
     using M = simd::F32x4;

@@ -12,7 +12,9 @@
 // Everything here is a template over V, so that no compiled copy is shared
 // between instruction sets.
 //
-// V supplies: kLanes; types F (floats), I (32-bit integers), M (a lane mask)
+// V supplies: kLanes; kSuccessors, and where it is true successors(a, b)
+// (lanes 1 to kLanes - 1 of a, then lane 0 of b) and loadFirst(p, n) (n
+// elements, at most kLanes, the other lanes 0, nothing read past them); types F (floats), I (32-bit integers), M (a lane mask)
 // and Counter (a running count of set mask lanes); set1, seti, loadu, storeu,
 // add, sub, mul, max (the first operand where it is greater, else the
 // second, so a NaN never wins against the second), lt, le, andM, all, bits
@@ -56,14 +58,44 @@ inline int columnMax16(const float* p, int len, float* acc) {
 
 // ---- Sign changes: products x[n] * x[n-1] below zero ------------------------
 // From n = 1 over whole pairs of vectors; *next is the first n not counted.
+// Where V moves lanes and masks loads cheaply (kSuccessors), each element is
+// loaded once: the vector of x[n] is the vector of x[n-1] moved down one lane
+// with the first lane of the next one, so that loads stop being the limit;
+// and the last products take masked vectors.
 template <class V>
 inline int signChanges(const float* x, int len, int* next) {
+    constexpr int L = V::kLanes;
     const typename V::F zero = V::set1(0.0f);
     typename V::Counter c0 = V::noCount(), c1 = V::noCount();
     int n = 1;
-    for (; n + 2 * V::kLanes <= len; n += 2 * V::kLanes) {
-        c0 = V::count(c0, V::lt(V::mul(V::loadu(x + n), V::loadu(x + n - 1)), zero));
-        c1 = V::count(c1, V::lt(V::mul(V::loadu(x + n + V::kLanes), V::loadu(x + n + V::kLanes - 1)), zero));
+    if constexpr (V::kSuccessors) {
+        typename V::Counter c2 = V::noCount(), c3 = V::noCount();
+        if (n + 5 * L - 1 <= len) {
+            typename V::F prev = V::loadu(x + n - 1);
+            // Four vectors a step; their reads end at x[n + 5L - 2].
+            for (; n + 5 * L - 1 <= len; n += 4 * L) {
+                const typename V::F a = V::loadu(x + n + L - 1), b = V::loadu(x + n + 2 * L - 1),
+                                    c = V::loadu(x + n + 3 * L - 1), d = V::loadu(x + n + 4 * L - 1);
+                c0 = V::count(c0, V::lt(V::mul(V::successors(prev, a), prev), zero));
+                c1 = V::count(c1, V::lt(V::mul(V::successors(a, b), a), zero));
+                c2 = V::count(c2, V::lt(V::mul(V::successors(b, c), b), zero));
+                c3 = V::count(c3, V::lt(V::mul(V::successors(c, d), c), zero));
+                prev = d;
+            }
+        }
+        // The last products a vector at a time, the final one masked: lanes
+        // past the end are 0 * 0.
+        for (; n < len; n += L) {
+            const int m = len - n < L ? len - n : L;
+            c1 = V::count(c1, V::lt(V::mul(V::loadFirst(x + n, m), V::loadFirst(x + n - 1, m)), zero));
+        }
+        *next = len > 1 ? len : 1;
+        return V::total(c0) + V::total(c1) + V::total(c2) + V::total(c3);
+    } else {
+        for (; n + 2 * L <= len; n += 2 * L) {
+            c0 = V::count(c0, V::lt(V::mul(V::loadu(x + n), V::loadu(x + n - 1)), zero));
+            c1 = V::count(c1, V::lt(V::mul(V::loadu(x + n + L), V::loadu(x + n + L - 1)), zero));
+        }
     }
     *next = n;
     return V::total(c0) + V::total(c1);
@@ -110,20 +142,28 @@ constexpr float kP0 = 1.9875691500e-4f, kP1 = 1.3981999507e-3f, kP2 = 8.33345190
 constexpr float kNormalLimit = -87.0f;
 }  // namespace expc
 
-template <class V>
-inline typename V::F expNonPositive(typename V::F y) {
+// K vectors at once, step by step, so that their chains of dependent
+// operations overlap.
+template <class V, int K>
+inline void expNonPositive(typename V::F (&y)[K]) {
     using namespace expc;
-    const typename V::I k = V::cvtRound(V::mul(y, V::set1(kLog2e)));
-    const typename V::F kf = V::cvtF(k);
-    const typename V::F r = V::sub(V::sub(y, V::mul(kf, V::set1(kLn2Hi))), V::mul(kf, V::set1(kLn2Lo)));
-    typename V::F p = V::set1(kP0);
-    p = V::add(V::mul(p, r), V::set1(kP1));
-    p = V::add(V::mul(p, r), V::set1(kP2));
-    p = V::add(V::mul(p, r), V::set1(kP3));
-    p = V::add(V::mul(p, r), V::set1(kP4));
-    p = V::add(V::mul(p, r), V::set1(kP5));
-    const typename V::F e = V::add(V::add(V::mul(p, V::mul(r, r)), r), V::set1(1.0f));
-    return V::mul(e, V::asFloat(V::sll(V::addI(k, V::seti(127)), 23)));
+    using F = typename V::F;
+    typename V::I k[K];
+    F r[K], p[K];
+    for (int q = 0; q < K; ++q) k[q] = V::cvtRound(V::mul(y[q], V::set1(kLog2e)));
+    for (int q = 0; q < K; ++q) {
+        const F kf = V::cvtF(k[q]);
+        r[q] = V::sub(V::sub(y[q], V::mul(kf, V::set1(kLn2Hi))), V::mul(kf, V::set1(kLn2Lo)));
+    }
+    for (int q = 0; q < K; ++q) p[q] = V::add(V::mul(V::set1(kP0), r[q]), V::set1(kP1));
+    for (int q = 0; q < K; ++q) p[q] = V::add(V::mul(p[q], r[q]), V::set1(kP2));
+    for (int q = 0; q < K; ++q) p[q] = V::add(V::mul(p[q], r[q]), V::set1(kP3));
+    for (int q = 0; q < K; ++q) p[q] = V::add(V::mul(p[q], r[q]), V::set1(kP4));
+    for (int q = 0; q < K; ++q) p[q] = V::add(V::mul(p[q], r[q]), V::set1(kP5));
+    for (int q = 0; q < K; ++q) {
+        const F e = V::add(V::add(V::mul(p[q], V::mul(r[q], r[q])), r[q]), V::set1(1.0f));
+        y[q] = V::mul(e, V::asFloat(V::sll(V::addI(k[q], V::seti(127)), 23)));
+    }
 }
 
 // 0 - x * x, and the lanes where it lies in the vector formula's range (a NaN
@@ -153,17 +193,29 @@ inline int expNegSqr(const float* src, float* dst, int len, Group group) {
         typename V::M ok = inNormalRange<V>(negSqr<V>(V::loadu(src + i)));
         for (int j = V::kLanes; j < n; j += V::kLanes) ok = V::andM(ok, inNormalRange<V>(negSqr<V>(V::loadu(src + i + j))));
         if (V::all(ok)) {
-            for (int j = 0; j < n; j += V::kLanes)
-                V::storeu(dst + i + j, expNonPositive<V>(negSqr<V>(V::loadu(src + i + j))));
+            constexpr int K = 4;
+            int j = 0;
+            for (; j + K * V::kLanes <= n; j += K * V::kLanes) {
+                typename V::F y[K];
+                for (int q = 0; q < K; ++q) y[q] = negSqr<V>(V::loadu(src + i + j + q * V::kLanes));
+                expNonPositive<V, K>(y);
+                for (int q = 0; q < K; ++q) V::storeu(dst + i + j + q * V::kLanes, y[q]);
+            }
+            for (; j < n; j += V::kLanes) {
+                typename V::F y[1] = {negSqr<V>(V::loadu(src + i + j))};
+                expNonPositive<V, 1>(y);
+                V::storeu(dst + i + j, y[0]);
+            }
             continue;
         }
         for (int j = 0; j < n; j += V::kLanes) {
             const float* s = src + i + j;
             float* d = dst + i + j;
-            const typename V::F y = negSqr<V>(V::loadu(s));
-            const unsigned bits = V::bits(inNormalRange<V>(y));
+            typename V::F y[1] = {negSqr<V>(V::loadu(s))};
+            const unsigned bits = V::bits(inNormalRange<V>(y[0]));
+            expNonPositive<V, 1>(y);
             float out[V::kLanes];
-            V::storeu(out, expNonPositive<V>(y));
+            V::storeu(out, y[0]);
             for (int g = 0; g < V::kLanes; g += 4) {
                 if (((bits >> g) & 15u) == 15u) {
                     for (int k = 0; k < 4; ++k) d[g + k] = out[g + k];
