@@ -144,6 +144,30 @@ void BM_zelsExpNegSqr_32f(benchmark::State& st, zel::Isa isa) {
     });
 }
 
+void BM_Plain_UnitCurve(benchmark::State& st) {
+    Data& d = data();
+    zb::measure(st, "unitcurve", true, "samples/s", kLen, [&] {
+        for (int i = 0; i < kLen; ++i) {
+            const float x = d.x[i];
+            float y = 2.0f;
+            if (x < 0.0f)
+                y = 0.0f;
+            else if (x < 1.0f)
+                y = x * x;
+            else if (x <= 2.0f)
+                y = 2.0f - (2.0f - x) * (2.0f - x);
+            d.y[i] = y;
+        }
+        benchmark::DoNotOptimize(d.y.data());
+    });
+}
+void BM_zelsUnitCurve_32f(benchmark::State& st, zel::Isa isa) {
+    Data& d = data();
+    onIsa(st, isa, [&] {
+        zb::measure(st, "unitcurve", false, "samples/s", kLen, [&] { zelsUnitCurve_32f(d.x.data(), d.y.data(), kLen); });
+    });
+}
+
 }  // namespace
 
 BENCHMARK(BM_Plain_CompensateOffset);
@@ -164,3 +188,7 @@ BENCHMARK(BM_Plain_ExpNegSqr);
 BENCHMARK_CAPTURE(BM_zelsExpNegSqr_32f, sse41, zel::Isa::kBaseline);
 BENCHMARK_CAPTURE(BM_zelsExpNegSqr_32f, avx2, zel::Isa::kAvx2);
 BENCHMARK_CAPTURE(BM_zelsExpNegSqr_32f, avx512, zel::Isa::kAvx512);
+BENCHMARK(BM_Plain_UnitCurve);
+BENCHMARK_CAPTURE(BM_zelsUnitCurve_32f, sse41, zel::Isa::kBaseline);
+BENCHMARK_CAPTURE(BM_zelsUnitCurve_32f, avx2, zel::Isa::kAvx2);
+BENCHMARK_CAPTURE(BM_zelsUnitCurve_32f, avx512, zel::Isa::kAvx512);

@@ -32,7 +32,9 @@ int baseRecSqrt(float* p, int len, float val, int* below) {
 int baseExpNegSqr(const float* src, float* dst, int len) {
     return cond::lanes::expNegSqr<cond::Lanes4>(src, dst, len, cond::expNegSqrGroup);
 }
-constexpr cond::LaneKernels kBaseline = {baseColumnMax16, baseNormEnergy, baseSignChanges, baseRecSqrt, baseExpNegSqr};
+int baseUnitCurve(const float* src, float* dst, int len) { return cond::lanes::unitCurve<cond::Lanes4>(src, dst, len); }
+constexpr cond::LaneKernels kBaseline = {baseColumnMax16, baseNormEnergy, baseSignChanges,
+                                         baseRecSqrt,     baseExpNegSqr,  baseUnitCurve};
 
 // Once per call: the widest table this processor runs.
 const cond::LaneKernels& laneKernels() {
@@ -217,9 +219,7 @@ ZELSR_API ZelStatus zelsCopyWithPadding_32f(const Zel32f* pSrc, int lenSrc, Zel3
 
 // ---- Unit curve -------------------------------------------------------------------------
 ZELSR_API ZelStatus zelsUnitCurve_32f(const Zel32f* pSrc, Zel32f* pDst, int len) {
-    return map(pSrc, pDst, len, [](const float* s, float* d, int n) {
-        for (int i = 0; i < n; ++i) d[i] = cond::unitCurve(s[i]);
-    });
+    return map(pSrc, pDst, len, [](const float* s, float* d, int n) { cond::unitCurve(s, d, n, laneKernels()); });
 }
 ZELSR_API ZelStatus zelsUnitCurve_32f_I(Zel32f* pSrcDst, int len) { return zelsUnitCurve_32f(pSrcDst, pSrcDst, len); }
 ZELSR_API ZelStatus zelsUnitCurve_16s_Sfs(const Zel16s* pSrc, int q, Zel16s* pDst, int len, int scaleFactor) {

@@ -69,10 +69,11 @@ int recSqrt(float* p, int len, float val, int* below) { return lanes::recSqrt<La
 int expNegSqr(const float* src, float* dst, int len) {
     return lanes::expNegSqr<Lanes8>(src, dst, len, expNegSqrGroup);
 }
+int unitCurve(const float* src, float* dst, int len) { return lanes::unitCurve<Lanes8>(src, dst, len); }
 
 }  // namespace
 
-const LaneKernels kLaneKernels = {columnMax16, normEnergy, signChanges, recSqrt, expNegSqr};
+const LaneKernels kLaneKernels = {columnMax16, normEnergy, signChanges, recSqrt, expNegSqr, unitCurve};
 
 }  // namespace zel::cond::avx2
 

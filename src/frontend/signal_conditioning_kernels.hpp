@@ -231,14 +231,18 @@ inline int signChangesXor(const float* x, int len) {
 }
 
 // ---- Unit curve: a smooth step from 0 to 2 ------------------------------------------
-inline float unitCurve(float x) {
-    if (x < 0.0f) return 0.0f;
-    if (x < 1.0f) return x * x;
-    if (x <= 2.0f) {
-        const float d = 2.0f - x;
-        return 2.0f - d * d;
+// The formula is in signal_conditioning_lanes.hpp; the tail goes through it
+// padded.
+inline void unitCurve(const float* src, float* dst, int len, const LaneKernels& k) {
+    int i = k.unitCurve(src, dst, len);
+    i += lanes::unitCurve<Lanes4>(src + i, dst + i, len - i);
+    if (i < len) {
+        const int n = len - i;
+        float t[4] = {0, 0, 0, 0};
+        memcpy(t, src + i, sizeof(float) * size_t(n));
+        lanes::unitCurve<Lanes4>(t, t, 4);
+        memcpy(dst + i, t, sizeof(float) * size_t(n));
     }
-    return 2.0f;  // above 2, and NaN, which fails every test
 }
 
 // q fractional bits in and 2q in the square; the shift by scaleFactor + 2q

@@ -12,14 +12,15 @@
 // Everything here is a template over V, so that no compiled copy is shared
 // between instruction sets.
 //
-// V supplies: kLanes; kSuccessors, and where it is true successors(a, b)
-// (lanes 1 to kLanes - 1 of a, then lane 0 of b) and loadFirst(p, n) (n
-// elements, at most kLanes, the other lanes 0, nothing read past them); types F (floats), I (32-bit integers), M (a lane mask)
+// V supplies: kLanes; types F (floats), I (32-bit integers), M (a lane mask)
 // and Counter (a running count of set mask lanes); set1, seti, loadu, storeu,
 // add, sub, mul, max (the first operand where it is greater, else the
 // second, so a NaN never wins against the second), lt, le, andM, all, bits
 // (one bit per lane, lane 0 lowest), select, rsqrt (the processor's
-// estimate), cvtRound, cvtF, addI, sll, asFloat, noCount, count, total.
+// estimate), cvtRound, cvtF, addI, sll, asFloat, noCount, count, total; and
+// kSuccessors, with, where it is true, successors(a, b) (lanes 1 to
+// kLanes - 1 of a, then lane 0 of b) and loadFirst(p, n) (n elements, at
+// most kLanes, the other lanes 0, nothing read past them).
 #pragma once
 
 #include <stdint.h>
@@ -56,8 +57,25 @@ inline int columnMax16(const float* p, int len, float* acc) {
     return i;
 }
 
+// ---- Unit curve: 0 below 0, x^2 below 1, 2 - (2 - x)^2 up to 2, else 2 ------
+// The branches become selections from the last test to the first; a NaN
+// fails every test and keeps 2.
+template <class V>
+inline int unitCurve(const float* src, float* dst, int len) {
+    const typename V::F zero = V::set1(0.0f), one = V::set1(1.0f), two = V::set1(2.0f);
+    int i = 0;
+    for (; i + V::kLanes <= len; i += V::kLanes) {
+        const typename V::F x = V::loadu(src + i);
+        const typename V::F d = V::sub(two, x);
+        typename V::F r = V::select(V::le(x, two), V::sub(two, V::mul(d, d)), two);
+        r = V::select(V::lt(x, one), V::mul(x, x), r);
+        V::storeu(dst + i, V::select(V::lt(x, zero), zero, r));
+    }
+    return i;
+}
+
 // ---- Sign changes: products x[n] * x[n-1] below zero ------------------------
-// From n = 1 over whole pairs of vectors; *next is the first n not counted.
+// From n = 1 over whole vectors; *next is the first n not counted.
 // Where V moves lanes and masks loads cheaply (kSuccessors), each element is
 // loaded once: the vector of x[n] is the vector of x[n-1] moved down one lane
 // with the first lane of the next one, so that loads stop being the limit;
@@ -92,13 +110,17 @@ inline int signChanges(const float* x, int len, int* next) {
         *next = len > 1 ? len : 1;
         return V::total(c0) + V::total(c1) + V::total(c2) + V::total(c3);
     } else {
-        for (; n + 2 * L <= len; n += 2 * L) {
+        typename V::Counter c2 = V::noCount(), c3 = V::noCount();
+        for (; n + 4 * L <= len; n += 4 * L) {
             c0 = V::count(c0, V::lt(V::mul(V::loadu(x + n), V::loadu(x + n - 1)), zero));
             c1 = V::count(c1, V::lt(V::mul(V::loadu(x + n + L), V::loadu(x + n + L - 1)), zero));
+            c2 = V::count(c2, V::lt(V::mul(V::loadu(x + n + 2 * L), V::loadu(x + n + 2 * L - 1)), zero));
+            c3 = V::count(c3, V::lt(V::mul(V::loadu(x + n + 3 * L), V::loadu(x + n + 3 * L - 1)), zero));
         }
+        for (; n + L <= len; n += L) c0 = V::count(c0, V::lt(V::mul(V::loadu(x + n), V::loadu(x + n - 1)), zero));
+        *next = n;
+        return V::total(c0) + V::total(c1) + V::total(c2) + V::total(c3);
     }
-    *next = n;
-    return V::total(c0) + V::total(c1);
 }
 
 // ---- Inverse root: (3 - x r r) r / 2 from the estimate r; below val gives val --
@@ -191,7 +213,8 @@ inline int expNegSqr(const float* src, float* dst, int len, Group group) {
     for (int i = 0; i < whole; i += kRun) {
         const int n = whole - i < kRun ? whole - i : kRun;
         typename V::M ok = inNormalRange<V>(negSqr<V>(V::loadu(src + i)));
-        for (int j = V::kLanes; j < n; j += V::kLanes) ok = V::andM(ok, inNormalRange<V>(negSqr<V>(V::loadu(src + i + j))));
+        for (int j = V::kLanes; j < n; j += V::kLanes)
+            ok = V::andM(ok, inNormalRange<V>(negSqr<V>(V::loadu(src + i + j))));
         if (V::all(ok)) {
             constexpr int K = 4;
             int j = 0;

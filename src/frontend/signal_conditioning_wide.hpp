@@ -22,6 +22,8 @@ struct LaneKernels {
     int (*recSqrt)(float* p, int len, float val, int* below);
     // exp(-x^2).
     int (*expNegSqr)(const float* src, float* dst, int len);
+    // The unit curve.
+    int (*unitCurve)(const float* src, float* dst, int len);
 };
 
 // exp(-x^2) of four elements in double, each rounded once: the groups that

@@ -101,6 +101,10 @@ TEST(SignalConditioningPaths, ElementwiseMembersGiveTheBaselineBits) {
                 memcpy(d, x.data(), sizeof(float) * size_t(len));
                 return outcome(d, len, zelsExpNegSqr_32f_I(d, len));
             });
+            everyPathAgrees("UnitCurve", len, skew, [&] {
+                for (int i = 0; i < len; ++i) d[i] = x[size_t(i)] * 0.75f + 1.0f;
+                return outcome(d, len, zelsUnitCurve_32f_I(d, len));
+            });
             // Positive values around val, some below it; zeros and NaN too.
             everyPathAgrees("RecSqrt", len, skew, [&] {
                 for (int i = 0; i < len; ++i) d[i] = std::fabs(x[size_t(i)]);
