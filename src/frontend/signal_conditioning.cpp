@@ -4,12 +4,46 @@
 // member's own tests) before anything is written; the arithmetic is in
 // signal_conditioning_kernels.hpp.
 #include "frame/checks.hpp"
+#include "frame/dispatch.hpp"
 #include "frontend/signal_conditioning_kernels.hpp"
 #include "zelsr.h"
+
+namespace zel::cond {
+
+void expNegSqrGroup(const float* src, float* dst) {
+    for (int k = 0; k < 4; ++k) dst[k] = float(exp(double(0.0f - src[k] * src[k])));
+}
+
+}  // namespace zel::cond
 
 namespace {
 
 using namespace zel;
+
+// ---- The lane bodies of the baseline, and the choice of a wider set
+int baseColumnMax16(const float* p, int len, float* acc) { return cond::lanes::columnMax16<cond::Lanes4>(p, len, acc); }
+int baseNormEnergy(float* p, int len, float eMin, float eMax, float scale) {
+    return cond::lanes::normEnergy<cond::Lanes4>(p, len, eMin, eMax, scale);
+}
+int baseSignChanges(const float* x, int len, int* next) { return cond::lanes::signChanges<cond::Lanes4>(x, len, next); }
+int baseRecSqrt(float* p, int len, float val, int* below) {
+    return cond::lanes::recSqrt<cond::Lanes4>(p, len, val, below);
+}
+int baseExpNegSqr(const float* src, float* dst, int len) {
+    return cond::lanes::expNegSqr<cond::Lanes4>(src, dst, len, cond::expNegSqrGroup);
+}
+int baseUnitCurve(const float* src, float* dst, int len) { return cond::lanes::unitCurve<cond::Lanes4>(src, dst, len); }
+constexpr cond::LaneKernels kBaseline = {baseColumnMax16, baseNormEnergy, baseSignChanges,
+                                         baseRecSqrt,     baseExpNegSqr,  baseUnitCurve};
+
+// Once per call: the widest table this processor runs.
+const cond::LaneKernels& laneKernels() {
+    if constexpr (kBuiltWithAvx512)
+        if (runsAvx512()) return cond::avx512::kLaneKernels;
+    if constexpr (kBuiltWithAvx2)
+        if (runsAvx2()) return cond::avx2::kLaneKernels;
+    return kBaseline;
+}
 
 // ---- Offset compensation
 template <class T, class V>
@@ -30,8 +64,14 @@ ZelStatus offsetQ15(const Zel16s* pSrc, Zel16s* pDst, int len, Zel16s* pSrcDst0,
 template <class T>
 ZelStatus normEnergy(T* pSrcDst, int step, int len, T silenceFloor, const T* maxE, T energyScale) {
     if (ZelStatus s = firstError(requireNonNull(pSrcDst), requirePositive(len), requirePositive(step))) return s;
-    const T eMax = maxE ? *maxE : cond::columnMax(pSrcDst, step, len);
-    cond::normEnergy(pSrcDst, step, len, silenceFloor, eMax, energyScale);
+    if constexpr (std::is_same_v<T, float>) {
+        const cond::LaneKernels& k = laneKernels();
+        const T eMax = maxE ? *maxE : cond::columnMax(pSrcDst, step, len, k);
+        cond::normEnergy(pSrcDst, step, len, silenceFloor, eMax, energyScale, k);
+    } else {
+        const T eMax = maxE ? *maxE : cond::columnMax(pSrcDst, step, len);
+        cond::normEnergy(pSrcDst, step, len, silenceFloor, eMax, energyScale);
+    }
     return zelStsNoErr;
 }
 
@@ -157,7 +197,7 @@ ZELSR_API ZelStatus zelsSignChangeRate_16s(const Zel16s* pSrc, int len, Zel32s* 
     return signRate(pSrc, len, pRes, [](const Zel16s* x, int n) { return cond::signChanges(x, n); });
 }
 ZELSR_API ZelStatus zelsSignChangeRate_32f(const Zel32f* pSrc, int len, Zel32f* pRes) {
-    return signRate(pSrc, len, pRes, [](const Zel32f* x, int n) { return cond::signChanges(x, n); });
+    return signRate(pSrc, len, pRes, [](const Zel32f* x, int n) { return cond::signChanges(x, n, laneKernels()); });
 }
 ZELSR_API ZelStatus zelsSignChangeRate_Count0_16s(const Zel16s* pSrc, int len, Zel32s* pRes) {
     return signRate(pSrc, len, pRes, [](const Zel16s* x, int n) { return cond::signChangesCount0(x, n); });
@@ -179,9 +219,7 @@ ZELSR_API ZelStatus zelsCopyWithPadding_32f(const Zel32f* pSrc, int lenSrc, Zel3
 
 // ---- Unit curve -------------------------------------------------------------------------
 ZELSR_API ZelStatus zelsUnitCurve_32f(const Zel32f* pSrc, Zel32f* pDst, int len) {
-    return map(pSrc, pDst, len, [](const float* s, float* d, int n) {
-        for (int i = 0; i < n; ++i) d[i] = cond::unitCurve(s[i]);
-    });
+    return map(pSrc, pDst, len, [](const float* s, float* d, int n) { cond::unitCurve(s, d, n, laneKernels()); });
 }
 ZELSR_API ZelStatus zelsUnitCurve_32f_I(Zel32f* pSrcDst, int len) { return zelsUnitCurve_32f(pSrcDst, pSrcDst, len); }
 ZELSR_API ZelStatus zelsUnitCurve_16s_Sfs(const Zel16s* pSrc, int q, Zel16s* pDst, int len, int scaleFactor) {
@@ -195,7 +233,7 @@ ZELSR_API ZelStatus zelsUnitCurve_16s_ISfs(Zel16s* pSrcDst, int q, int len, int 
 ZELSR_API ZelStatus zelsRecSqrt_32f(Zel32f* pSrcDst, int len, Zel32f val) {
     if (ZelStatus s = firstError(requireNonNull(pSrcDst), requirePositive(len), require(val > 0.0f, zelStsBadArgErr)))
         return s;
-    return recSqrtStatus(cond::recSqrt(pSrcDst, len, val));
+    return recSqrtStatus(cond::recSqrt(pSrcDst, len, val, laneKernels()));
 }
 ZELSR_API ZelStatus zelsRecSqrt_32s_Sfs(Zel32s* pSrcDst, int len, Zel32s val, int scaleFactor) {
     return recSqrtFixed(pSrcDst, pSrcDst, len, val, scaleFactor);
@@ -219,7 +257,7 @@ ZELSR_API ZelStatus zelsSinC_64f_I(Zel64f* pSrcDst, int len) { return zelsSinC_6
 
 // ---- Gaussian curve --------------------------------------------------------------------------
 ZELSR_API ZelStatus zelsExpNegSqr_32f(const Zel32f* pSrc, Zel32f* pDst, int len) {
-    return map(pSrc, pDst, len, [](const float* s, float* d, int n) { cond::expNegSqr(s, d, n); });
+    return map(pSrc, pDst, len, [](const float* s, float* d, int n) { cond::expNegSqr(s, d, n, laneKernels()); });
 }
 ZELSR_API ZelStatus zelsExpNegSqr_64f(const Zel64f* pSrc, Zel64f* pDst, int len) {
     return map(pSrc, pDst, len, cond::expNegSqr<Zel64f>);

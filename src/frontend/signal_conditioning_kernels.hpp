@@ -14,10 +14,48 @@
 #include <type_traits>
 
 #include "frame/fixed.hpp"
+#include "frontend/signal_conditioning_lanes.hpp"
+#include "frontend/signal_conditioning_wide.hpp"
 #include "simd/simd.hpp"
 #include "zelsr.h"
 
 namespace zel::cond {
+
+// The baseline lane vocabulary of the bodies in signal_conditioning_lanes.hpp:
+// four lanes of the 128-bit vocabulary (SSE4.1, or the portable lanes).
+struct Lanes4 {
+    static constexpr int kLanes = 4;
+    static constexpr bool kSuccessors = false;
+    using F = simd::F32x4;
+    using I = simd::I32x4;
+    using M = simd::F32x4;
+    using Counter = simd::I32x4;
+
+    static F set1(float x) { return simd::set1(x); }
+    static I seti(int32_t x) { return simd::set1(x); }
+    static F loadu(const float* p) { return simd::loadu4f(p); }
+    static void storeu(float* p, F a) { simd::storeu(p, a); }
+    static F add(F a, F b) { return simd::add(a, b); }
+    static F sub(F a, F b) { return simd::sub(a, b); }
+    static F mul(F a, F b) { return simd::mul(a, b); }
+    static F max(F a, F b) { return simd::max(a, b); }
+    static M lt(F a, F b) { return simd::cmplt(a, b); }
+    static M le(F a, F b) { return simd::cmple(a, b); }
+    static M andM(M a, M b) { return simd::select(a, b, a); }
+    static bool all(M m) { return simd::movemask(m) == 15; }
+    static unsigned bits(M m) { return unsigned(simd::movemask(m)); }
+    static F select(M m, F a, F b) { return simd::select(m, a, b); }
+    static F rsqrt(F a) { return simd::rsqrtEstimate(a); }
+    static I cvtRound(F a) { return simd::cvtRound(a); }
+    static F cvtF(I a) { return simd::cvt4f(a); }
+    static I addI(I a, I b) { return simd::add(a, b); }
+    static I sll(I a, int n) { return simd::sll(a, n); }
+    static F asFloat(I a) { return simd::asFloat(a); }
+    // A true comparison is -1 in every lane's count, subtracted.
+    static Counter noCount() { return simd::zero4i(); }
+    static Counter count(Counter c, M m) { return simd::sub(c, simd::asInt(m)); }
+    static int total(Counter c) { return simd::lane<0>(c) + simd::lane<1>(c) + simd::lane<2>(c) + simd::lane<3>(c); }
+};
 
 // ---- Offset compensation: y[n] = x[n] - x[n-1] + val * y[n-1] ----------------
 // A serial recursion: each output waits for the one before it. In place works
@@ -93,23 +131,20 @@ inline void zeroMean(Zel16s* p, int len) {
 constexpr float kDbToNeper = 0.230259f;
 
 // The largest of a strided column, from -FLT_MAX: a NaN never wins, so the
-// result does not depend on the order in which lanes are compared.
-inline float columnMax(const float* p, int step, int len) {
-    using namespace simd;
+// result does not depend on the order in which lanes are compared. A
+// contiguous column goes through sixteen running maxima first, folded here
+// as the 128-bit max folds them: pairwise, then lanes 0 to 3 in order.
+inline float columnMax(const float* p, int step, int len, const LaneKernels& k) {
     float m = -3.4028235e38f;
     int i = 0;
-    if (step == 1 && len >= 16) {
-        F32x4 a = set1(m), b = a, c = a, d = a;
-        for (; i + 16 <= len; i += 16) {
-            a = max(loadu4f(p + i), a);
-            b = max(loadu4f(p + i + 4), b);
-            c = max(loadu4f(p + i + 8), c);
-            d = max(loadu4f(p + i + 12), d);
+    if (step == 1 && len >= lanes::kMaxLanes) {
+        float acc[lanes::kMaxLanes];
+        i = k.columnMax16(p, len, acc);
+        const auto mx = [](float a, float b) { return a > b ? a : b; };
+        for (int j = 0; j < 4; ++j) {
+            const float v = mx(mx(acc[j], acc[j + 4]), mx(acc[j + 8], acc[j + 12]));
+            m = v > m ? v : m;
         }
-        a = max(max(a, b), max(c, d));
-        float l[4];
-        storeu(l, a);
-        for (float v : l) m = v > m ? v : m;
     }
     for (; i < len; ++i) {
         const float v = p[size_t(i) * step];
@@ -118,14 +153,12 @@ inline float columnMax(const float* p, int step, int len) {
     return m;
 }
 
-inline void normEnergy(float* p, int step, int len, float floorDb, float eMax, float scale) {
-    using namespace simd;
+inline void normEnergy(float* p, int step, int len, float floorDb, float eMax, float scale, const LaneKernels& k) {
     const float eMin = eMax - floorDb * kDbToNeper;
     int i = 0;
     if (step == 1) {
-        const F32x4 vMax = set1(eMax), vMin = set1(eMin), vScale = set1(scale), one = set1(1.0f);
-        for (; i + 4 <= len; i += 4)
-            storeu(p + i, sub(one, mul(sub(vMax, max(loadu4f(p + i), vMin)), vScale)));
+        i = k.normEnergy(p, len, eMin, eMax, scale);
+        i += lanes::normEnergy<Lanes4>(p + i, len - i, eMin, eMax, scale);
     }
     for (; i < len; ++i) {
         float& v = p[size_t(i) * step];
@@ -155,18 +188,11 @@ inline Zel16s columnMax(const Zel16s* p, int step, int len) {
 // ---- Sign changes ------------------------------------------------------------------
 // Products are formed in the element's own type, so a product that underflows
 // to zero is no change.
-inline int signChanges(const float* x, int len) {
-    using namespace simd;
-    int n = 1;
-    // Lanes count in integers: a true comparison is -1, subtracted.
-    I32x4 c0 = zero4i(), c1 = zero4i();
-    const F32x4 zero = zero4f();
-    for (; n + 8 <= len; n += 8) {
-        c0 = sub(c0, asInt(cmplt(mul(loadu4f(x + n), loadu4f(x + n - 1)), zero)));
-        c1 = sub(c1, asInt(cmplt(mul(loadu4f(x + n + 4), loadu4f(x + n + 3)), zero)));
-    }
-    const I32x4 c = add(c0, c1);
-    int count = lane<0>(c) + lane<1>(c) + lane<2>(c) + lane<3>(c);
+inline int signChanges(const float* x, int len, const LaneKernels& k) {
+    int n = 1, m = 1;
+    int count = k.signChanges(x, len, &n);
+    count += lanes::signChanges<Lanes4>(x + n - 1, len - (n - 1), &m);
+    n += m - 1;
     for (; n < len; ++n) count += x[n] * x[n - 1] < 0.0f;
     return count;
 }
@@ -205,14 +231,18 @@ inline int signChangesXor(const float* x, int len) {
 }
 
 // ---- Unit curve: a smooth step from 0 to 2 ------------------------------------------
-inline float unitCurve(float x) {
-    if (x < 0.0f) return 0.0f;
-    if (x < 1.0f) return x * x;
-    if (x <= 2.0f) {
-        const float d = 2.0f - x;
-        return 2.0f - d * d;
+// The formula is in signal_conditioning_lanes.hpp; the tail goes through it
+// padded.
+inline void unitCurve(const float* src, float* dst, int len, const LaneKernels& k) {
+    int i = k.unitCurve(src, dst, len);
+    i += lanes::unitCurve<Lanes4>(src + i, dst + i, len - i);
+    if (i < len) {
+        const int n = len - i;
+        float t[4] = {0, 0, 0, 0};
+        memcpy(t, src + i, sizeof(float) * size_t(n));
+        lanes::unitCurve<Lanes4>(t, t, 4);
+        memcpy(dst + i, t, sizeof(float) * size_t(n));
     }
-    return 2.0f;  // above 2, and NaN, which fails every test
 }
 
 // q fractional bits in and 2q in the square; the shift by scaleFactor + 2q
@@ -237,40 +267,20 @@ inline Zel16s unitCurve16(Zel16s x, int q, int scaleFactor) {
 // ---- Inverse root ---------------------------------------------------------------------
 // The processor's estimate with one Newton step: (3 - x r r) r / 2. Elements
 // below val give val. Returns how many elements reached the root.
-namespace detail {
-// One vector of roots; lanes below val take val and count in `below` (-1 each).
-inline simd::F32x4 recSqrt4(simd::F32x4 x, simd::F32x4 val, simd::I32x4& below) {
-    using namespace simd;
-    const F32x4 r = rsqrtEstimate(x);
-    const F32x4 y = mul(mul(sub(set1(3.0f), mul(mul(x, r), r)), r), set1(0.5f));
-    const F32x4 low = cmplt(x, val);
-    below = add(below, asInt(low));
-    return select(low, val, y);
-}
-}  // namespace detail
-
-inline int recSqrt(float* p, int len, float val) {
-    using namespace simd;
-    int i = 0;
-    const F32x4 vVal = set1(val);
-    I32x4 b0 = zero4i(), b1 = zero4i();
-    for (; i + 8 <= len; i += 8) {
-        const F32x4 y0 = detail::recSqrt4(loadu4f(p + i), vVal, b0);
-        const F32x4 y1 = detail::recSqrt4(loadu4f(p + i + 4), vVal, b1);
-        storeu(p + i, y0);
-        storeu(p + i + 4, y1);
-    }
-    for (; i < len; i += 4) {
+inline int recSqrt(float* p, int len, float val, const LaneKernels& k) {
+    int below = 0;
+    int i = k.recSqrt(p, len, val, &below);
+    i += lanes::recSqrt<Lanes4>(p + i, len - i, val, &below);
+    if (i < len) {
         // The tail through the same vector operations, padded with val (which
-        // counts as reaching the root and is dropped below).
-        const int n = len - i < 4 ? len - i : 4;
-        float tail[4] = {val, val, val, val};
+        // does not count as below and is dropped).
+        const int n = len - i;
+        float tail[8] = {val, val, val, val, val, val, val, val};
         memcpy(tail, p + i, sizeof(float) * size_t(n));
-        storeu(tail, detail::recSqrt4(loadu4f(tail), vVal, b0));
+        lanes::recSqrt<Lanes4>(tail, 8, val, &below);
         memcpy(p + i, tail, sizeof(float) * size_t(n));
     }
-    const I32x4 b = add(b0, b1);
-    return len + (lane<0>(b) + lane<1>(b) + lane<2>(b) + lane<3>(b));
+    return len - below;
 }
 
 // Fixed point: x and val are integers, the result r is stored as r * 2^-scaleFactor.
@@ -306,63 +316,18 @@ inline void sinc(const S* src, D* dst, int len) {
     }
 }
 
-// exp(y) for y <= 0 in single precision: y = k ln2 + r with |r| <= ln2 / 2,
-// exp(r) = 1 + r + r^2 P(r) with a degree-5 minimax P, 2^k put into the exponent. Results below
-// the smallest normal number come from the double exp, rounded once.
-namespace expc {
-constexpr float kLog2e = 1.44269504f;
-constexpr float kLn2Hi = 0.693145752f;  // few mantissa bits, so k * kLn2Hi is exact
-constexpr float kLn2Lo = 1.42860677e-6f;
-constexpr float kP0 = 1.9875691500e-4f, kP1 = 1.3981999507e-3f, kP2 = 8.3334519073e-3f, kP3 = 4.1665795894e-2f,
-                kP4 = 1.6666665459e-1f, kP5 = 5.0000001201e-1f;
-constexpr float kNormalLimit = -87.0f;
-}  // namespace expc
-
-inline simd::F32x4 expNonPositive(simd::F32x4 y) {
-    using namespace simd;
-    using namespace expc;
-    const I32x4 k = cvtRound(mul(y, set1(kLog2e)));
-    const F32x4 kf = cvt4f(k);
-    const F32x4 r = sub(sub(y, mul(kf, set1(kLn2Hi))), mul(kf, set1(kLn2Lo)));
-    F32x4 p = set1(kP0);
-    p = add(mul(p, r), set1(kP1));
-    p = add(mul(p, r), set1(kP2));
-    p = add(mul(p, r), set1(kP3));
-    p = add(mul(p, r), set1(kP4));
-    p = add(mul(p, r), set1(kP5));
-    const F32x4 e = add(add(mul(p, mul(r, r)), r), set1(1.0f));
-    return mul(e, asFloat(sll(add(k, set1(int32_t(127))), 23)));
-}
-
-inline float expNegSqrScalar(float x) { return float(exp(double(0.0f - x * x))); }
-
-namespace detail {
-// exp(-x^2) of four lanes; the vector path when every lane lies in the
-// normal range (which also rules out NaN), else each lane in double.
-inline void expNegSqr4(const float* src, float* dst) {
-    using namespace simd;
-    const F32x4 x = loadu4f(src);
-    const F32x4 y = sub(zero4f(), mul(x, x));
-    if (movemask(cmple(set1(expc::kNormalLimit), y)) == 15) {
-        storeu(dst, expNonPositive(y));
-    } else {
-        for (int k = 0; k < 4; ++k) dst[k] = expNegSqrScalar(src[k]);
-    }
-}
-}  // namespace detail
-
-inline void expNegSqr(const float* src, float* dst, int len) {
-    int i = 0;
-    // Two vectors an iteration, so that one's polynomial overlaps the other's.
-    for (; i + 8 <= len; i += 8) {
-        detail::expNegSqr4(src + i, dst + i);
-        detail::expNegSqr4(src + i + 4, dst + i + 4);
-    }
-    for (; i < len; i += 4) {
-        const int n = len - i < 4 ? len - i : 4;
+// exp(-x^2) in single precision: the vector formula of
+// signal_conditioning_lanes.hpp where a whole group of four lies in its
+// range, else each element of the group from the double exp, rounded once.
+inline void expNegSqr(const float* src, float* dst, int len, const LaneKernels& k) {
+    int i = k.expNegSqr(src, dst, len);
+    i += lanes::expNegSqr<Lanes4>(src + i, dst + i, len - i, expNegSqrGroup);
+    if (i < len) {
+        // The tail as one group, padded with zeros.
+        const int n = len - i;
         float in[4] = {0, 0, 0, 0}, out[4];
         memcpy(in, src + i, sizeof(float) * size_t(n));
-        detail::expNegSqr4(in, out);
+        lanes::expNegSqr<Lanes4>(in, out, 4, expNegSqrGroup);
         memcpy(dst + i, out, sizeof(float) * size_t(n));
     }
 }
