@@ -149,12 +149,8 @@ TYPED_TEST(Estimation, OccupationCountsAndNothingWrittenOnError) {
         {A::updateVar(acc.data(), acc.data(), floor.data(), out.data(), len, T(0), neg), zelStsNegOccErr},
         {A::updateVar(acc.data(), acc.data(), floor.data(), out.data(), len, neg, T(0)), zelStsNegOccErr},
         {A::updateVar(acc.data(), acc.data(), floor.data(), out.data(), len, T(1), T(0)), zelStsZeroOcc},
-        {A::updateVar(acc.data(), acc.data(), nullptr, out.data(), len, T(1), T(1)), zelStsNullPtrErr},
         {A::updateWeight(acc.data(), out.data(), len, &sum, T(0), T(0)), zelStsZeroOcc},
         {A::updateWeight(acc.data(), out.data(), len, &sum, neg, T(0)), zelStsNegOccErr},
-        {A::updateWeight(acc.data(), out.data(), len, nullptr, T(1), T(0)), zelStsNullPtrErr},
-        {A::meanVarAcc(acc.data(), acc.data(), out.data(), out.data(), 0, T(1)), zelStsSizeErr},
-        {A::meanVarAcc(acc.data(), nullptr, out.data(), out.data(), len, T(1)), zelStsNullPtrErr},
     });
     zt::expectUntouched(out.data(), len, T(7));
     EXPECT_EQ(sum, T(7));
@@ -221,7 +217,6 @@ TYPED_TEST(Estimation, GaussianConstantOfBadVariances) {
     v[0] = T(INFINITY);
     EXPECT_EQ(A::gconstDirect(v, 2, &det), zelStsNoErr);
     EXPECT_EQ(det, T(INFINITY));
-    zt::expectStatuses({{A::gconst(v, 0, &det), zelStsSizeErr}, {A::gconst(v, 2, nullptr), zelStsNullPtrErr}});
 }
 
 // ---- Weighted sums --------------------------------------------------------------------
@@ -339,11 +334,10 @@ TEST(EstimationColumns, SumMeanVarAgainstDoubleSums) {
                 EXPECT_EQ(q32[j], int32_t(std::nearbyint(double(b) / 2)));
             }
         }
-    float x[4], s[2];
+    float s[2];
     zt::expectStatuses({
         {zelsSumMeanVar_32f(nullptr, 1, 1, s, s, 2), zelStsStrideErr},
         {zelsSumMeanVar_32f(nullptr, 2, 1, s, s, 2), zelStsNullPtrErr},
-        {zelsSumMeanVar_32f(x, 2, 0, s, s, 2), zelStsSizeErr},
         {zelsSumMeanVar_16s32s_Sfs(nullptr, 0, 1, nullptr, nullptr, 1, 0), zelStsStrideErr},
     });
 }
@@ -416,8 +410,6 @@ TEST(EstimationCovariance, ChecksAndSecondCallRescales) {
         {zelsAccCovarianceMatrix_32f64f_D2(x, 2, 2, m, sentinel, 2, 1, 1.0), zelStsStrideErr},
         {zelsAccCovarianceMatrix_32f64f_D2(nullptr, 1, 2, m, sentinel, 2, 2, 1.0), zelStsNullPtrErr},
         {zelsAccCovarianceMatrix_32f64f_D2(x, 1, 0, m, sentinel, 2, 2, 1.0), zelStsSizeErr},
-        {zelsAccCovarianceMatrix_16s64f_D2L(nullptr, 1, nullptr, nullptr, 0, 1.0), zelStsNullPtrErr},
-        {zelsAccCovarianceMatrix_32f64f_D2L((const float**)&x, 0, m, (double**)&d, 1, 1.0), zelStsSizeErr},
     });
     zt::expectUntouched(sentinel, 4, 5.0);
 }
