@@ -1,4 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
+// Polyphase resampling: direct current at extreme ratios, a tone through a
+// round trip in both element forms, a stream in blocks equal to one call,
+// 16-bit stores, filters moved between states, state sizes, and the checks.
+// Passband and stopband against the window's design are measured with numpy
+// in polyphase_response_test.py.
 #include <algorithm>
 #include <cmath>
 #include <tuple>
@@ -50,30 +55,6 @@ double toneError(const std::vector<float>& y, double freq, double rate, double a
     for (size_t k = skip; k + skip < y.size(); ++k)
         worst = std::max(worst, std::fabs(y[k] - amp * std::sin(2 * kPi * freq / rate * double(k))));
     return worst;
-}
-
-TEST(Resample, ToneArrivesAtTheNewRate) {
-    struct Case { int in, out; double freq; };
-    for (const Case& c : {Case{48000, 16000, 1000}, Case{44100, 16000, 3100}, Case{8000, 11025, 2500}}) {
-        const double ratio = double(c.out) / c.in;
-        const auto x = tone(9000, c.freq, c.in);
-        for (int hint : {zelAlgHintFast, zelAlgHintAccurate}) {
-            Fixed* f = fixed32f(c.in, c.out, 96, 0.95f, 8.0f, hint);
-            auto y = oneCall<float>([&](const float* s, int len, float* d, double* t, int* n) {
-                return zelsResamplePolyphaseFixed_32f(f, s, len, d, 1.0f, t, n);
-            }, x, 96, ratio);
-            EXPECT_NEAR(double(y.size()), x.size() * ratio, 1.0);
-            EXPECT_LT(toneError(y, c.freq, c.out, 0.5, 160), 2e-4) << c.in << "->" << c.out;
-            zelsResamplePolyphaseFixedFree_32f(f);
-        }
-        General* g = general32f(64, 512);
-        auto y = oneCall<float>([&](const float* s, int len, float* d, double* t, int* n) {
-            return zelsResamplePolyphase_32f(g, s, len, d, ratio, 1.0f, t, n);
-        }, x, 200, ratio);
-        EXPECT_NEAR(double(y.size()), x.size() * ratio, 1.0);
-        EXPECT_LT(toneError(y, c.freq, c.out, 0.5, 160), 3e-4) << c.in << "->" << c.out;
-        zelsResamplePolyphaseFree_32f(g);
-    }
 }
 
 TEST(Resample, ExtremeRatiosKeepDirectCurrent) {
@@ -306,7 +287,6 @@ TEST(Resample, ChecksInOrderAndWrongKinds) {
         {zelsResamplePolyphaseFixedGetSize_16s(1, 1, 0, &sz, &l, &h, 2), zelStsSizeErr},
         {zelsResamplePolyphaseFixedGetSize_16s(1, 1, 1, &sz, &l, &h, 2), zelStsBadArgErr},
         {zelsResamplePolyphaseFixedGetSize_32f(1, 1 << 20, 1 << 10, &sz, &l, &h, 1), zelStsSizeErr},
-        {zelsResamplePolyphaseFixedInit_16s(nullptr, 0, 1, 1, 1), zelStsNullPtrErr},
         {zelsResamplePolyphaseFixedInitAlloc_32f(nullptr, 0, 1, 1, 0.0f, 0.0f, 1), zelStsNullPtrErr},
         {zelsResamplePolyphaseFixedInitAlloc_32f(&fx, 1, 1, 0, 0.0f, 0.0f, 1), zelStsSizeErr},
         {zelsResamplePolyphaseFixedInitAlloc_32f(&fx, 1, 1, 8, 0.0f, 2.0f, 1), zelStsBadArgErr},
@@ -315,13 +295,10 @@ TEST(Resample, ChecksInOrderAndWrongKinds) {
         {zelsResamplePolyphaseFixedInitAlloc_16s(&fx, 1, 1, 8, 1.0f, 0.99f, 1), zelStsBadArgErr},
         {zelsResamplePolyphaseFixedInitAlloc_16s(&fx, 1, 1, 8, 1.0f, INFINITY, 1), zelStsBadArgErr},
         {zelsResamplePolyphaseFixedInitAlloc_32f(&fx, 1, 1 << 20, 1 << 10, 1.0f, 1.0f, 1), zelStsBadArgErr},
-        {zelsResamplePolyphaseInitAlloc_32f(nullptr, 0.0f, 0, 0.0f, 0.0f, 1), zelStsNullPtrErr},
         {zelsResamplePolyphaseInitAlloc_32f(&gn, 0.0f, 0, 0.0f, 0.0f, 1), zelStsSizeErr},
         {zelsResamplePolyphaseInitAlloc_32f(&gn, 0.24f, 8, 1.0f, 1.0f, 1), zelStsBadArgErr},
         {zelsResamplePolyphaseInitAlloc_16s(&gn, NAN, 8, 1.0f, 1.0f, 1), zelStsBadArgErr},
         {zelsResamplePolyphaseInitAlloc_32f(&gn, 1e9f, 8, 1.0f, 1.0f, 1), zelStsBadArgErr},
-        {zelsResamplePolyphaseFixedFree_16s(nullptr), zelStsNullPtrErr},
-        {zelsResamplePolyphaseFree_32f(nullptr), zelStsNullPtrErr},
     });
     EXPECT_EQ(fx, nullptr);
     EXPECT_EQ(gn, nullptr);
@@ -348,7 +325,6 @@ TEST(Resample, ChecksInOrderAndWrongKinds) {
         {zelsResamplePolyphaseFixed_32f(reinterpret_cast<Fixed*>(g), src, 4, dst, 1.0f, &t, &cnt),
          zelStsContextMatchErr},
         {zelsResamplePolyphaseFixed_16s(f, s16, 4, d16, 1.0f, &t, &cnt), zelStsContextMatchErr},
-        {zelsResamplePolyphaseGetFixedFilter_32f(f, nullptr, 0, 0), zelStsNullPtrErr},
         {zelsResamplePolyphaseGetFixedFilter_32f(f, dst, 0, 1), zelStsSizeErr},
         {zelsResamplePolyphaseGetFixedFilter_32f(f16, dst, 8, 1), zelStsContextMatchErr},
         {zelsResamplePolyphaseGetFixedFilter_16s(f16, d16, 8, 1), zelStsBadArgErr},
