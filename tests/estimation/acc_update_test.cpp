@@ -29,28 +29,15 @@ constexpr double tol() {
 // ---- Frame moments and the three updates -------------------------------------------
 
 template <class T>
-struct Api;
-template <>
-struct Api<Zel32f> {
-    static constexpr auto meanVarAcc = zelsMeanVarAcc_32f;
-    static constexpr auto updateMean = zelsUpdateMean_32f;
-    static constexpr auto updateVar = zelsUpdateVar_32f;
-    static constexpr auto updateWeight = zelsUpdateWeight_32f;
-    static constexpr auto gconst = zelsUpdateGConst_32f;
-    static constexpr auto gconstDirect = zelsUpdateGConst_DirectVar_32f;
-    static constexpr auto weightedSum = zelsWeightedSum_32f;
-    static constexpr auto weightedSumHalf = zelsWeightedSumHalf_32f;
-};
-template <>
-struct Api<Zel64f> {
-    static constexpr auto meanVarAcc = zelsMeanVarAcc_64f;
-    static constexpr auto updateMean = zelsUpdateMean_64f;
-    static constexpr auto updateVar = zelsUpdateVar_64f;
-    static constexpr auto updateWeight = zelsUpdateWeight_64f;
-    static constexpr auto gconst = zelsUpdateGConst_64f;
-    static constexpr auto gconstDirect = zelsUpdateGConst_DirectVar_64f;
-    static constexpr auto weightedSum = zelsWeightedSum_64f;
-    static constexpr auto weightedSumHalf = zelsWeightedSumHalf_64f;
+struct Api {
+    static constexpr auto meanVarAcc = ZT_MEMBER(T, MeanVarAcc);
+    static constexpr auto updateMean = ZT_MEMBER(T, UpdateMean);
+    static constexpr auto updateVar = ZT_MEMBER(T, UpdateVar);
+    static constexpr auto updateWeight = ZT_MEMBER(T, UpdateWeight);
+    static constexpr auto gconst = ZT_MEMBER(T, UpdateGConst);
+    static constexpr auto gconstDirect = ZT_MEMBER(T, UpdateGConst_DirectVar);
+    static constexpr auto weightedSum = ZT_MEMBER(T, WeightedSum);
+    static constexpr auto weightedSumHalf = ZT_MEMBER(T, WeightedSumHalf);
 };
 
 template <class T>

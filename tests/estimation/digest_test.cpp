@@ -30,9 +30,6 @@ void each(Lcg& g, zt::Digest& dg, F body) {
         for (int off : {0, 1}) body(g, dg, len, off);
 }
 
-// The member of the element type T: zels<name>_32f or zels<name>_64f.
-#define MEMBER(name) [] { if constexpr (sizeof(T) == 4) return zels##name##_32f; else return zels##name##_64f; }()
-
 uint64_t digestOfAllMembers() {
     Lcg g;
     zt::Digest dg;
@@ -45,37 +42,37 @@ uint64_t digestOfAllMembers() {
         E.fill(T(0.5)), F.fill(T(0.25));
         T s;
         double r;
-        dg.add(MEMBER(MeanVarAcc)(a, c, e, f, len, T(0.3))), dg.add(e, len), dg.add(f, len);
-        dg.add(MEMBER(UpdateVar)(e, f, d, b, len, T(0.7), T(0.9))), dg.add(b, len);
-        dg.add(MEMBER(UpdateMean)(e, a, len, T(0.7))), dg.add(a, len);
-        dg.add(MEMBER(UpdateWeight)(d, f, len, &s, T(3), T(0.3))), dg.add(f, len), dg.add(&s, 1);
-        dg.add(MEMBER(UpdateGConst)(b, len, &s)), dg.add(&s, 1);
-        dg.add(MEMBER(UpdateGConst_DirectVar)(d, len, &s)), dg.add(&s, 1);
-        dg.add(MEMBER(WeightedSum)(a, c, e, len, T(0.3), T(0.9))), dg.add(e, len);
-        dg.add(MEMBER(WeightedSumHalf)(a, c, e, len, T(0.3), T(0.9))), dg.add(e, len);
+        dg.add(ZT_MEMBER(T, MeanVarAcc)(a, c, e, f, len, T(0.3))), dg.add(e, len), dg.add(f, len);
+        dg.add(ZT_MEMBER(T, UpdateVar)(e, f, d, b, len, T(0.7), T(0.9))), dg.add(b, len);
+        dg.add(ZT_MEMBER(T, UpdateMean)(e, a, len, T(0.7))), dg.add(a, len);
+        dg.add(ZT_MEMBER(T, UpdateWeight)(d, f, len, &s, T(3), T(0.3))), dg.add(f, len), dg.add(&s, 1);
+        dg.add(ZT_MEMBER(T, UpdateGConst)(b, len, &s)), dg.add(&s, 1);
+        dg.add(ZT_MEMBER(T, UpdateGConst_DirectVar)(d, len, &s)), dg.add(&s, 1);
+        dg.add(ZT_MEMBER(T, WeightedSum)(a, c, e, len, T(0.3), T(0.9))), dg.add(e, len);
+        dg.add(ZT_MEMBER(T, WeightedSumHalf)(a, c, e, len, T(0.3), T(0.9))), dg.add(e, len);
         if constexpr (single) {
             dg.add(zelsNewVar_32f(a, d, e, len, 0.8f, 1.1f)), dg.add(e, len);
             dg.add(zelsNewVar_32f_I(a, d, len, 0.8f, 1.1f)), dg.add(d, len);
             dg.add(zelsScaleLM_32f(a, e, len, -1.0f, 3.3f, 0.7f)), dg.add(e, len);
         }
-        dg.add(MEMBER(DcsClustLAccumulate)(a, b, e, f, len, T(7)));
+        dg.add(ZT_MEMBER(T, DcsClustLAccumulate)(a, b, e, f, len, T(7)));
         if constexpr (single) {
             dg.add(e, len), dg.add(f, len);
             dg.add(zelsDcsClustLCompute_32f64f(e, f, len, &r, 7.0f)), dg.add(&r, 1);
         } else {
             dg.add(zelsDcsClustLCompute_64f(e, f, len, &s, 7.0)), dg.add(&s, 1);
         }
-        dg.add(MEMBER(DcsClustLAccumulate_DirectVar)(a, b, e, f, len, T(7))), dg.add(e, len), dg.add(f, len);
+        dg.add(ZT_MEMBER(T, DcsClustLAccumulate_DirectVar)(a, b, e, f, len, T(7))), dg.add(e, len), dg.add(f, len);
         if constexpr (single) fill(g, a, len, 0.5, 3), fill(g, c, len, 0.5, 3);
-        dg.add(MEMBER(GaussianMerge)(a, b, c, d, e, f, len, &s, T(2), T(5)));
+        dg.add(ZT_MEMBER(T, GaussianMerge)(a, b, c, d, e, f, len, &s, T(2), T(5)));
         dg.add(e, len), dg.add(f, len), dg.add(&s, 1);
-        dg.add(MEMBER(GaussianDist)(a, b, c, d, len, &s, T(2), T(-3), T(5), T(4))), dg.add(&s, 1);
+        dg.add(ZT_MEMBER(T, GaussianDist)(a, b, c, d, len, &s, T(2), T(-3), T(5), T(4))), dg.add(&s, 1);
         if constexpr (single) {
             dg.add(zelsBhatDist_32f64f(a, b, c, d, len, &r)), dg.add(&r, 1);
             dg.add(zelsBhatDistSLog_32f64f(a, b, c, d, len, &r, 1.5f, -2.5f)), dg.add(&r, 1);
             dg.add(zelsBhatDistSLog_32f(a, b, c, d, len, &s, 1.5f, -2.5f)), dg.add(&s, 1);
         }
-        dg.add(MEMBER(GaussianSplit)(a, b, c, d, len, T(0.2))), dg.add(a, len), dg.add(c, len), dg.add(d, len);
+        dg.add(ZT_MEMBER(T, GaussianSplit)(a, b, c, d, len, T(0.2))), dg.add(a, len), dg.add(c, len), dg.add(d, len);
     };
     each(g, dg, [&](Lcg& g, zt::Digest& dg, int len, int off) { floats(g, dg, len, off, 0.0f); });
     each(g, dg, [&](Lcg& g, zt::Digest& dg, int len, int off) { floats(g, dg, len, off, 0.0); });

@@ -16,24 +16,14 @@ using zt::Buf;
 constexpr double kC = 1.8378770664093;
 
 template <class T>
-struct Api;
-template <>
-struct Api<Zel32f> {
-    static constexpr auto split = zelsGaussianSplit_32f;
-    static constexpr auto merge = zelsGaussianMerge_32f;
-    static constexpr auto dist = zelsGaussianDist_32f;
-    static constexpr auto acc = zelsDcsClustLAccumulate_32f;
-    static constexpr auto accDirect = zelsDcsClustLAccumulate_DirectVar_32f;
-    static constexpr int directBelow = 13;
-};
-template <>
-struct Api<Zel64f> {
-    static constexpr auto split = zelsGaussianSplit_64f;
-    static constexpr auto merge = zelsGaussianMerge_64f;
-    static constexpr auto dist = zelsGaussianDist_64f;
-    static constexpr auto acc = zelsDcsClustLAccumulate_64f;
-    static constexpr auto accDirect = zelsDcsClustLAccumulate_DirectVar_64f;
-    static constexpr int directBelow = 11;
+struct Api {
+    static constexpr auto split = ZT_MEMBER(T, GaussianSplit);
+    static constexpr auto merge = ZT_MEMBER(T, GaussianMerge);
+    static constexpr auto dist = ZT_MEMBER(T, GaussianDist);
+    static constexpr auto acc = ZT_MEMBER(T, DcsClustLAccumulate);
+    static constexpr auto accDirect = ZT_MEMBER(T, DcsClustLAccumulate_DirectVar);
+    // The merge cost's element path below this length, its chunked path from it on.
+    static constexpr int directBelow = sizeof(T) == 4 ? 13 : 11;
 };
 
 template <class T>
