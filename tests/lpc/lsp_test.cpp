@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-// Line spectral pairs: round trips on stable filters of both parities, the
-// grid search at its limits, and the order checks of the reconstruction.
-#include <float.h>
+// Line spectral pairs: the grid search at its limits, the 16-bit forms, and
+// the order checks of the reconstruction. Both directions are measured against
+// long double references with numpy in lsp_test.py, and held to the same bits
+// on every build by the digest.
 #include <limits.h>
-
-#include <algorithm>
 
 #include "common.hpp"
 #include "lpc_reference.hpp"
@@ -18,64 +17,6 @@ std::vector<float> stableInConvention(int order, double kmax, unsigned seed) {
     if (order % 2)
         for (float& v : a) v = -v;
     return a;
-}
-
-// The LP vector of pairs x in long double, by full polynomial products, and
-// the largest coefficient of any partial product: multiplying out in single
-// precision loses about that many units of FLT_EPSILON per factor.
-struct Rebuilt {
-    std::vector<long double> a;
-    long double largest = 1;
-};
-Rebuilt rebuild(const std::vector<float>& x) {
-    const int n = int(x.size());
-    Rebuilt r;
-    auto times = [&](std::vector<long double> p, std::vector<long double> f) {
-        std::vector<long double> q(p.size() + f.size() - 1, 0);
-        for (size_t i = 0; i < p.size(); ++i)
-            for (size_t j = 0; j < f.size(); ++j) q[i + j] += p[i] * f[j];
-        for (long double v : q) r.largest = std::max(r.largest, std::fabs(v));
-        return q;
-    };
-    std::vector<long double> P{1}, Q{1};
-    for (int i = 0; i < n; ++i) (i % 2 ? Q : P) = times(i % 2 ? Q : P, {1, -2.0L * x[i], 1});
-    if (n % 2 == 0) {
-        P = times(P, {1, 1});
-        Q = times(Q, {1, -1});
-    } else {
-        Q = times(Q, {1, 0, -1});
-    }
-    for (int k = 1; k <= n; ++k) r.a.push_back((P[k] + Q[k]) / 2 * (n % 2 ? -1 : 1));
-    return r;
-}
-
-TEST(Lsp, RoundTripOnStableFiltersOfOrdersOneTo32) {
-    for (int order = 1; order <= 32; ++order) {
-        SCOPED_TRACE(order);
-        const std::vector<float> a = stableInConvention(order, 0.7, 100 + order);
-        std::vector<float> x(order + 1, -9.0f), back(order);
-        int n = -1;
-        ASSERT_EQ(zelsLPToLSP_32f(a.data(), x.data(), order, &n, 2048, 8), zelStsNoErr);
-        ASSERT_EQ(n, order);
-        EXPECT_EQ(x[order], -9.0f);
-        for (int i = 0; i + 1 < order; ++i) EXPECT_GT(x[i], x[i + 1]) << i;
-        EXPECT_LT(x[0], 1.0f);
-        EXPECT_GT(x[order - 1], -1.0f);
-        ASSERT_EQ(zelsLSPToLP_32f(x.data(), back.data(), order), zelStsNoErr);
-        x.resize(order);
-        const Rebuilt want = rebuild(x);
-        // The pairs found rebuild the filter (root errors of a few ulps);
-        // the single-precision product stays within its rounding, which at
-        // order 32 with clustered pairs reaches 1e-1.
-        const double productBound = 32.0 * order * FLT_EPSILON * double(want.largest);
-        for (int i = 0; i < order; ++i) {
-            EXPECT_NEAR(double(want.a[i]), a[i], 2e-5 * order * (1 + std::fabs(a[i]))) << i;
-            EXPECT_NEAR(back[i], double(want.a[i]), productBound) << i;
-            if (order <= 16) {
-                EXPECT_NEAR(back[i], a[i], 2e-5 * order * (1 + std::fabs(a[i]))) << i;
-            }
-        }
-    }
 }
 
 TEST(Lsp, GridLimitsAndMissedRoots) {
