@@ -68,6 +68,17 @@ inline float fromBits(uint32_t u) { float f; memcpy(&f, &u, 4); return f; }
 // Same bits, so that NaN payloads and signed zeros count.
 #define EXPECT_SAME_BITS(a, b) EXPECT_EQ(::zt::bits(a), ::zt::bits(b)) << #a " = " << (a) << ", " #b " = " << (b)
 
+// The member of a family for element type T, where the family has single and
+// double precision forms: ZT_MEMBER(T, UpdateMean) is zelsUpdateMean_32f for
+// a 4-byte T and zelsUpdateMean_64f otherwise (T must be a template parameter).
+#define ZT_MEMBER(T, name) \
+    [] {                                  \
+        if constexpr (sizeof(T) == 4)     \
+            return zels##name##_32f;      \
+        else                              \
+            return zels##name##_64f;      \
+    }()
+
 // One call of a table of bad arguments: the status it returned and the one
 // the family's order of checks should give first.
 struct Sts {

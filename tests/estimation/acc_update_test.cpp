@@ -29,28 +29,15 @@ constexpr double tol() {
 // ---- Frame moments and the three updates -------------------------------------------
 
 template <class T>
-struct Api;
-template <>
-struct Api<Zel32f> {
-    static constexpr auto meanVarAcc = zelsMeanVarAcc_32f;
-    static constexpr auto updateMean = zelsUpdateMean_32f;
-    static constexpr auto updateVar = zelsUpdateVar_32f;
-    static constexpr auto updateWeight = zelsUpdateWeight_32f;
-    static constexpr auto gconst = zelsUpdateGConst_32f;
-    static constexpr auto gconstDirect = zelsUpdateGConst_DirectVar_32f;
-    static constexpr auto weightedSum = zelsWeightedSum_32f;
-    static constexpr auto weightedSumHalf = zelsWeightedSumHalf_32f;
-};
-template <>
-struct Api<Zel64f> {
-    static constexpr auto meanVarAcc = zelsMeanVarAcc_64f;
-    static constexpr auto updateMean = zelsUpdateMean_64f;
-    static constexpr auto updateVar = zelsUpdateVar_64f;
-    static constexpr auto updateWeight = zelsUpdateWeight_64f;
-    static constexpr auto gconst = zelsUpdateGConst_64f;
-    static constexpr auto gconstDirect = zelsUpdateGConst_DirectVar_64f;
-    static constexpr auto weightedSum = zelsWeightedSum_64f;
-    static constexpr auto weightedSumHalf = zelsWeightedSumHalf_64f;
+struct Api {
+    static constexpr auto meanVarAcc = ZT_MEMBER(T, MeanVarAcc);
+    static constexpr auto updateMean = ZT_MEMBER(T, UpdateMean);
+    static constexpr auto updateVar = ZT_MEMBER(T, UpdateVar);
+    static constexpr auto updateWeight = ZT_MEMBER(T, UpdateWeight);
+    static constexpr auto gconst = ZT_MEMBER(T, UpdateGConst);
+    static constexpr auto gconstDirect = ZT_MEMBER(T, UpdateGConst_DirectVar);
+    static constexpr auto weightedSum = ZT_MEMBER(T, WeightedSum);
+    static constexpr auto weightedSumHalf = ZT_MEMBER(T, WeightedSumHalf);
 };
 
 template <class T>
@@ -149,12 +136,8 @@ TYPED_TEST(Estimation, OccupationCountsAndNothingWrittenOnError) {
         {A::updateVar(acc.data(), acc.data(), floor.data(), out.data(), len, T(0), neg), zelStsNegOccErr},
         {A::updateVar(acc.data(), acc.data(), floor.data(), out.data(), len, neg, T(0)), zelStsNegOccErr},
         {A::updateVar(acc.data(), acc.data(), floor.data(), out.data(), len, T(1), T(0)), zelStsZeroOcc},
-        {A::updateVar(acc.data(), acc.data(), nullptr, out.data(), len, T(1), T(1)), zelStsNullPtrErr},
         {A::updateWeight(acc.data(), out.data(), len, &sum, T(0), T(0)), zelStsZeroOcc},
         {A::updateWeight(acc.data(), out.data(), len, &sum, neg, T(0)), zelStsNegOccErr},
-        {A::updateWeight(acc.data(), out.data(), len, nullptr, T(1), T(0)), zelStsNullPtrErr},
-        {A::meanVarAcc(acc.data(), acc.data(), out.data(), out.data(), 0, T(1)), zelStsSizeErr},
-        {A::meanVarAcc(acc.data(), nullptr, out.data(), out.data(), len, T(1)), zelStsNullPtrErr},
     });
     zt::expectUntouched(out.data(), len, T(7));
     EXPECT_EQ(sum, T(7));
@@ -221,7 +204,6 @@ TYPED_TEST(Estimation, GaussianConstantOfBadVariances) {
     v[0] = T(INFINITY);
     EXPECT_EQ(A::gconstDirect(v, 2, &det), zelStsNoErr);
     EXPECT_EQ(det, T(INFINITY));
-    zt::expectStatuses({{A::gconst(v, 0, &det), zelStsSizeErr}, {A::gconst(v, 2, nullptr), zelStsNullPtrErr}});
 }
 
 // ---- Weighted sums --------------------------------------------------------------------
@@ -339,11 +321,10 @@ TEST(EstimationColumns, SumMeanVarAgainstDoubleSums) {
                 EXPECT_EQ(q32[j], int32_t(std::nearbyint(double(b) / 2)));
             }
         }
-    float x[4], s[2];
+    float s[2];
     zt::expectStatuses({
         {zelsSumMeanVar_32f(nullptr, 1, 1, s, s, 2), zelStsStrideErr},
         {zelsSumMeanVar_32f(nullptr, 2, 1, s, s, 2), zelStsNullPtrErr},
-        {zelsSumMeanVar_32f(x, 2, 0, s, s, 2), zelStsSizeErr},
         {zelsSumMeanVar_16s32s_Sfs(nullptr, 0, 1, nullptr, nullptr, 1, 0), zelStsStrideErr},
     });
 }
@@ -416,8 +397,6 @@ TEST(EstimationCovariance, ChecksAndSecondCallRescales) {
         {zelsAccCovarianceMatrix_32f64f_D2(x, 2, 2, m, sentinel, 2, 1, 1.0), zelStsStrideErr},
         {zelsAccCovarianceMatrix_32f64f_D2(nullptr, 1, 2, m, sentinel, 2, 2, 1.0), zelStsNullPtrErr},
         {zelsAccCovarianceMatrix_32f64f_D2(x, 1, 0, m, sentinel, 2, 2, 1.0), zelStsSizeErr},
-        {zelsAccCovarianceMatrix_16s64f_D2L(nullptr, 1, nullptr, nullptr, 0, 1.0), zelStsNullPtrErr},
-        {zelsAccCovarianceMatrix_32f64f_D2L((const float**)&x, 0, m, (double**)&d, 1, 1.0), zelStsSizeErr},
     });
     zt::expectUntouched(sentinel, 4, 5.0);
 }

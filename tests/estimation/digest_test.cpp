@@ -5,7 +5,7 @@
 // out, zelsBhatDist_32f, uses the processor's reciprocal estimates.
 #include <vector>
 
-#include "common.hpp"
+#include "digest.hpp"
 #include "frame/dispatch.hpp"
 
 namespace {
@@ -19,92 +19,65 @@ struct Lcg {
     }
 };
 
-struct Digest {
-    uint64_t h = 1469598103934665603ull;
-    template <class T>
-    void add(const T* p, size_t n) {
-        const unsigned char* b = reinterpret_cast<const unsigned char*>(p);
-        for (size_t i = 0; i < n * sizeof(T); ++i) h = (h ^ b[i]) * 1099511628211ull;
-    }
-    template <class T>
-    void add(T v) {
-        add(&v, 1);
-    }
-};
-
 template <class T>
 void fill(Lcg& g, T* p, int n, double lo, double hi) {
     for (int i = 0; i < n; ++i) p[i] = T(g.next(lo, hi));
 }
 
 template <class F>
-void each(Lcg& g, Digest& dg, F body) {
+void each(Lcg& g, zt::Digest& dg, F body) {
     for (int len : {1, 3, 4, 5, 8, 12, 13, 17, 39})
         for (int off : {0, 1}) body(g, dg, len, off);
 }
 
 uint64_t digestOfAllMembers() {
     Lcg g;
-    Digest dg;
-    auto floats = [](Lcg& g, Digest& dg, int len, int off, auto zero) {
+    zt::Digest dg;
+    auto floats = [](Lcg& g, zt::Digest& dg, int len, int off, auto zero) {
         using T = decltype(zero);
-        zt::Buf<T> a(len, off), b(len, off), c(len, off), d(len, off), e(len, off), f(len, off);
-        fill(g, a.data(), len, -3, 3), fill(g, b.data(), len, 0.1, 4), fill(g, c.data(), len, -3, 3);
-        fill(g, d.data(), len, 0.1, 4), e.fill(T(0.5)), f.fill(T(0.25));
+        constexpr bool single = sizeof(T) == 4;
+        zt::Buf<T> A(len, off), B(len, off), C(len, off), D(len, off), E(len, off), F(len, off);
+        T *a = A.data(), *b = B.data(), *c = C.data(), *d = D.data(), *e = E.data(), *f = F.data();
+        fill(g, a, len, -3, 3), fill(g, b, len, 0.1, 4), fill(g, c, len, -3, 3), fill(g, d, len, 0.1, 4);
+        E.fill(T(0.5)), F.fill(T(0.25));
         T s;
-        if constexpr (sizeof(T) == 4) {
-            dg.add(zelsMeanVarAcc_32f(a.data(), c.data(), e.data(), f.data(), len, 0.3f));
-            dg.add(e.data(), len), dg.add(f.data(), len);
-            dg.add(zelsUpdateVar_32f(e.data(), f.data(), d.data(), b.data(), len, 0.7f, 0.9f)), dg.add(b.data(), len);
-            dg.add(zelsUpdateMean_32f(e.data(), a.data(), len, 0.7f)), dg.add(a.data(), len);
-            dg.add(zelsUpdateWeight_32f(d.data(), f.data(), len, &s, 3.0f, 0.3f)), dg.add(f.data(), len), dg.add(s);
-            dg.add(zelsUpdateGConst_32f(b.data(), len, &s)), dg.add(s);
-            dg.add(zelsUpdateGConst_DirectVar_32f(d.data(), len, &s)), dg.add(s);
-            dg.add(zelsWeightedSum_32f(a.data(), c.data(), e.data(), len, 0.3f, 0.9f)), dg.add(e.data(), len);
-            dg.add(zelsWeightedSumHalf_32f(a.data(), c.data(), e.data(), len, 0.3f, 0.9f)), dg.add(e.data(), len);
-            dg.add(zelsNewVar_32f(a.data(), d.data(), e.data(), len, 0.8f, 1.1f)), dg.add(e.data(), len);
-            dg.add(zelsNewVar_32f_I(a.data(), d.data(), len, 0.8f, 1.1f)), dg.add(d.data(), len);
-            dg.add(zelsScaleLM_32f(a.data(), e.data(), len, -1.0f, 3.3f, 0.7f)), dg.add(e.data(), len);
-            dg.add(zelsDcsClustLAccumulate_32f(a.data(), b.data(), e.data(), f.data(), len, 7.0f));
-            dg.add(e.data(), len), dg.add(f.data(), len);
-            double r;
-            dg.add(zelsDcsClustLCompute_32f64f(e.data(), f.data(), len, &r, 7.0f)), dg.add(r);
-            dg.add(zelsDcsClustLAccumulate_DirectVar_32f(a.data(), b.data(), e.data(), f.data(), len, 7.0f));
-            dg.add(e.data(), len), dg.add(f.data(), len);
-            fill(g, a.data(), len, 0.5, 3), fill(g, c.data(), len, 0.5, 3);
-            dg.add(zelsGaussianMerge_32f(a.data(), b.data(), c.data(), d.data(), e.data(), f.data(), len, &s, 2.0f, 5.0f));
-            dg.add(e.data(), len), dg.add(f.data(), len), dg.add(s);
-            dg.add(zelsGaussianDist_32f(a.data(), b.data(), c.data(), d.data(), len, &s, 2.0f, -3.0f, 5.0f, 4.0f)), dg.add(s);
-            dg.add(zelsBhatDist_32f64f(a.data(), b.data(), c.data(), d.data(), len, &r)), dg.add(r);
-            dg.add(zelsBhatDistSLog_32f64f(a.data(), b.data(), c.data(), d.data(), len, &r, 1.5f, -2.5f)), dg.add(r);
-            dg.add(zelsBhatDistSLog_32f(a.data(), b.data(), c.data(), d.data(), len, &s, 1.5f, -2.5f)), dg.add(s);
-            dg.add(zelsGaussianSplit_32f(a.data(), b.data(), c.data(), d.data(), len, 0.2f));
-            dg.add(a.data(), len), dg.add(c.data(), len), dg.add(d.data(), len);
-        } else {
-            dg.add(zelsMeanVarAcc_64f(a.data(), c.data(), e.data(), f.data(), len, 0.3));
-            dg.add(e.data(), len), dg.add(f.data(), len);
-            dg.add(zelsUpdateVar_64f(e.data(), f.data(), d.data(), b.data(), len, 0.7, 0.9)), dg.add(b.data(), len);
-            dg.add(zelsUpdateMean_64f(e.data(), a.data(), len, 0.7)), dg.add(a.data(), len);
-            dg.add(zelsUpdateWeight_64f(d.data(), f.data(), len, &s, 3.0, 0.3)), dg.add(f.data(), len), dg.add(s);
-            dg.add(zelsUpdateGConst_64f(b.data(), len, &s)), dg.add(s);
-            dg.add(zelsUpdateGConst_DirectVar_64f(d.data(), len, &s)), dg.add(s);
-            dg.add(zelsWeightedSum_64f(a.data(), c.data(), e.data(), len, 0.3, 0.9)), dg.add(e.data(), len);
-            dg.add(zelsWeightedSumHalf_64f(a.data(), c.data(), e.data(), len, 0.3, 0.9)), dg.add(e.data(), len);
-            dg.add(zelsDcsClustLAccumulate_64f(a.data(), b.data(), e.data(), f.data(), len, 7.0));
-            dg.add(zelsDcsClustLCompute_64f(e.data(), f.data(), len, &s, 7.0)), dg.add(s);
-            dg.add(zelsDcsClustLAccumulate_DirectVar_64f(a.data(), b.data(), e.data(), f.data(), len, 7.0));
-            dg.add(e.data(), len), dg.add(f.data(), len);
-            dg.add(zelsGaussianMerge_64f(a.data(), b.data(), c.data(), d.data(), e.data(), f.data(), len, &s, 2.0, 5.0));
-            dg.add(e.data(), len), dg.add(f.data(), len), dg.add(s);
-            dg.add(zelsGaussianDist_64f(a.data(), b.data(), c.data(), d.data(), len, &s, 2.0, -3.0, 5.0, 4.0)), dg.add(s);
-            dg.add(zelsGaussianSplit_64f(a.data(), b.data(), c.data(), d.data(), len, 0.2));
-            dg.add(a.data(), len), dg.add(c.data(), len), dg.add(d.data(), len);
+        double r;
+        dg.add(ZT_MEMBER(T, MeanVarAcc)(a, c, e, f, len, T(0.3))), dg.add(e, len), dg.add(f, len);
+        dg.add(ZT_MEMBER(T, UpdateVar)(e, f, d, b, len, T(0.7), T(0.9))), dg.add(b, len);
+        dg.add(ZT_MEMBER(T, UpdateMean)(e, a, len, T(0.7))), dg.add(a, len);
+        dg.add(ZT_MEMBER(T, UpdateWeight)(d, f, len, &s, T(3), T(0.3))), dg.add(f, len), dg.add(&s, 1);
+        dg.add(ZT_MEMBER(T, UpdateGConst)(b, len, &s)), dg.add(&s, 1);
+        dg.add(ZT_MEMBER(T, UpdateGConst_DirectVar)(d, len, &s)), dg.add(&s, 1);
+        dg.add(ZT_MEMBER(T, WeightedSum)(a, c, e, len, T(0.3), T(0.9))), dg.add(e, len);
+        dg.add(ZT_MEMBER(T, WeightedSumHalf)(a, c, e, len, T(0.3), T(0.9))), dg.add(e, len);
+        if constexpr (single) {
+            dg.add(zelsNewVar_32f(a, d, e, len, 0.8f, 1.1f)), dg.add(e, len);
+            dg.add(zelsNewVar_32f_I(a, d, len, 0.8f, 1.1f)), dg.add(d, len);
+            dg.add(zelsScaleLM_32f(a, e, len, -1.0f, 3.3f, 0.7f)), dg.add(e, len);
         }
+        dg.add(ZT_MEMBER(T, DcsClustLAccumulate)(a, b, e, f, len, T(7)));
+        if constexpr (single) {
+            dg.add(e, len), dg.add(f, len);
+            dg.add(zelsDcsClustLCompute_32f64f(e, f, len, &r, 7.0f)), dg.add(&r, 1);
+        } else {
+            dg.add(zelsDcsClustLCompute_64f(e, f, len, &s, 7.0)), dg.add(&s, 1);
+        }
+        dg.add(ZT_MEMBER(T, DcsClustLAccumulate_DirectVar)(a, b, e, f, len, T(7))), dg.add(e, len), dg.add(f, len);
+        if constexpr (single) fill(g, a, len, 0.5, 3), fill(g, c, len, 0.5, 3);
+        dg.add(ZT_MEMBER(T, GaussianMerge)(a, b, c, d, e, f, len, &s, T(2), T(5)));
+        dg.add(e, len), dg.add(f, len), dg.add(&s, 1);
+        dg.add(ZT_MEMBER(T, GaussianDist)(a, b, c, d, len, &s, T(2), T(-3), T(5), T(4))), dg.add(&s, 1);
+        if constexpr (single) {
+            dg.add(zelsBhatDist_32f64f(a, b, c, d, len, &r)), dg.add(&r, 1);
+            dg.add(zelsBhatDistSLog_32f64f(a, b, c, d, len, &r, 1.5f, -2.5f)), dg.add(&r, 1);
+            dg.add(zelsBhatDistSLog_32f(a, b, c, d, len, &s, 1.5f, -2.5f)), dg.add(&s, 1);
+        }
+        dg.add(ZT_MEMBER(T, GaussianSplit)(a, b, c, d, len, T(0.2))), dg.add(a, len), dg.add(c, len), dg.add(d, len);
     };
-    each(g, dg, [&](Lcg& g, Digest& dg, int len, int off) { floats(g, dg, len, off, 0.0f); });
-    each(g, dg, [&](Lcg& g, Digest& dg, int len, int off) { floats(g, dg, len, off, 0.0); });
+    each(g, dg, [&](Lcg& g, zt::Digest& dg, int len, int off) { floats(g, dg, len, off, 0.0f); });
+    each(g, dg, [&](Lcg& g, zt::Digest& dg, int len, int off) { floats(g, dg, len, off, 0.0); });
     // Integer and matrix members.
-    each(g, dg, [](Lcg& g, Digest& dg, int len, int off) {
+    each(g, dg, [](Lcg& g, zt::Digest& dg, int len, int off) {
         zt::Buf<Zel16s> a(len, off), b(len, off), c(len, off);
         zt::Buf<Zel32s> m(len, off), v(len, off), o(len, off);
         fill(g, a.data(), len, -20000, 20000), fill(g, b.data(), len, -20000, 20000);

@@ -16,24 +16,14 @@ using zt::Buf;
 constexpr double kC = 1.8378770664093;
 
 template <class T>
-struct Api;
-template <>
-struct Api<Zel32f> {
-    static constexpr auto split = zelsGaussianSplit_32f;
-    static constexpr auto merge = zelsGaussianMerge_32f;
-    static constexpr auto dist = zelsGaussianDist_32f;
-    static constexpr auto acc = zelsDcsClustLAccumulate_32f;
-    static constexpr auto accDirect = zelsDcsClustLAccumulate_DirectVar_32f;
-    static constexpr int directBelow = 13;
-};
-template <>
-struct Api<Zel64f> {
-    static constexpr auto split = zelsGaussianSplit_64f;
-    static constexpr auto merge = zelsGaussianMerge_64f;
-    static constexpr auto dist = zelsGaussianDist_64f;
-    static constexpr auto acc = zelsDcsClustLAccumulate_64f;
-    static constexpr auto accDirect = zelsDcsClustLAccumulate_DirectVar_64f;
-    static constexpr int directBelow = 11;
+struct Api {
+    static constexpr auto split = ZT_MEMBER(T, GaussianSplit);
+    static constexpr auto merge = ZT_MEMBER(T, GaussianMerge);
+    static constexpr auto dist = ZT_MEMBER(T, GaussianDist);
+    static constexpr auto acc = ZT_MEMBER(T, DcsClustLAccumulate);
+    static constexpr auto accDirect = ZT_MEMBER(T, DcsClustLAccumulate_DirectVar);
+    // The merge cost's element path below this length, its chunked path from it on.
+    static constexpr int directBelow = sizeof(T) == 4 ? 13 : 11;
 };
 
 template <class T>
@@ -124,12 +114,8 @@ TYPED_TEST(GaussPair, MergeOfPointMassesAndArgumentOrder) {
     T x[2] = {T(1), T(1)};
     zt::expectStatuses({
         {A::merge(nullptr, x, x, x, x, x, 0, &det, T(1), T(1)), zelStsSizeErr},
-        {A::merge(x, x, x, x, x, x, 2, nullptr, T(1), T(1)), zelStsNullPtrErr},
         {A::dist(nullptr, x, x, x, 0, &det, T(1), T(1), T(1), T(1)), zelStsSizeErr},
-        {A::dist(x, x, x, x, 2, nullptr, T(1), T(1), T(1), T(1)), zelStsNullPtrErr},
         {A::split(nullptr, x, x, x, 0, T(1)), sizeof(T) == 4 ? zelStsSizeErr : zelStsNullPtrErr},
-        {A::acc(x, nullptr, x, x, 2, T(1)), zelStsNullPtrErr},
-        {A::accDirect(x, x, x, x, 0, T(1)), zelStsSizeErr},
     });
     EXPECT_EQ(x[0], T(1));
 }
@@ -236,9 +222,7 @@ TEST(Bhattacharyya, NonPositiveValuesAndChecks) {
     EXPECT_EQ(zelsBhatDistSLog_32f(m, nz, m, v, 6, &r, 0, 0), zelStsLnNegArg);
     r = 3;
     zt::expectStatuses({
-        {zelsBhatDist_32f(m, v, m, v, 0, &r), zelStsSizeErr},
         {zelsBhatDist_32f(m, v, m, nullptr, 0, &r), zelStsNullPtrErr},
-        {zelsBhatDistSLog_32f(m, v, m, v, 6, nullptr, 0, 0), zelStsNullPtrErr},
     });
     EXPECT_EQ(r, 3);
 }

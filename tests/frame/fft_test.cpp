@@ -175,55 +175,31 @@ TEST(Fft, SixteenBitWrapperRoundsTheFloatSpectrum) {
     }
 }
 
-// Every bad argument gives its status and leaves every output as it was.
+// Orders and flags out of range, the largest order's sizes within an int,
+// order tested before flag, and states of the other kind or released refused
+// with every output left as it was.
 TEST(Fft, BadArgumentsLeaveOutputsAlone) {
     int a = -1, b = -1, c = -1;
-    EXPECT_EQ(ownFFTGetSize_R_32f(4, 8, 0, nullptr, &b, &c), zelStsNullPtrErr);
-    for (int order : {-1, 28, 30, 31}) {
-        EXPECT_EQ(ownFFTGetSize_R_32f(order, 8, 0, &a, &b, &c), zelStsFftOrderErr);
-        EXPECT_EQ(ownFFTGetSize_R_16s32s(order, 8, 0, &a, &b, &c), zelStsFftOrderErr);
+    for (auto query : {ownFFTGetSize_R_32f, ownFFTGetSize_R_16s32s}) {
+        for (int order : {-1, 28, 31}) EXPECT_EQ(query(order, 8, 0, &a, &b, &c), zelStsFftOrderErr);
+        for (int flag : {0, 3, 5, 16, -1}) EXPECT_EQ(query(4, flag, 0, &a, &b, &c), zelStsFftFlagErr);
+        EXPECT_EQ(std::tuple(a, b, c), std::tuple(-1, -1, -1));
     }
-    for (int flag : {0, 3, 5, 16, -1}) {
-        EXPECT_EQ(ownFFTGetSize_R_32f(4, flag, 0, &a, &b, &c), zelStsFftFlagErr);
-        EXPECT_EQ(ownFFTGetSize_R_16s32s(4, flag, 0, &a, &b, &c), zelStsFftFlagErr);
-    }
-    EXPECT_EQ(std::tuple(a, b, c), std::tuple(-1, -1, -1));
-
-    // The largest order is accepted, and the sizes it reports fit in an int.
     for (auto query : {ownFFTGetSize_R_32f, ownFFTGetSize_R_16s32s}) {
         ASSERT_EQ(query(27, 8, 0, &a, &b, &c), zelStsNoErr);
         EXPECT_TRUE(a > 0 && c > 0) << a << " " << c;
     }
+    ZelFFTSpec_R_32f *state = nullptr, *out = nullptr;
+    EXPECT_EQ(ownFFTInitAlloc_R_32f(&out, -1, 0, 0), zelStsFftOrderErr);
+    EXPECT_EQ(out, nullptr);
 
-    ZelFFTSpec_R_32f* state = nullptr;
-    ZelFFTSpec_R_32f* const untouched = reinterpret_cast<ZelFFTSpec_R_32f*>(uintptr_t(0x40));
-    ZelFFTSpec_R_32f* out = untouched;
-    Zel8u mem[256];
-    zt::expectStatuses({{ownFFTInit_R_32f(nullptr, 3, 8, 0, mem, mem), zelStsNullPtrErr},
-                        {ownFFTInit_R_32f(&out, 3, 8, 0, nullptr, mem), zelStsNullPtrErr},
-                        {ownFFTInit_R_32f(&out, 28, 8, 0, mem, mem), zelStsFftOrderErr},
-                        {ownFFTInit_R_32f(&out, 3, 7, 0, mem, mem), zelStsFftFlagErr},
-                        {ownFFTInitAlloc_R_32f(&out, -1, 0, 0), zelStsFftOrderErr},  // order before flag
-                        {ownFFTInitAlloc_R_32f(&out, 3, 0, 0), zelStsFftFlagErr},
-                        {ownFFTInitAlloc_R_32f(nullptr, 3, 8, 0), zelStsNullPtrErr}});
-    EXPECT_EQ(out, untouched);
-
-    // Transforms: null pointers first, then the tag of the state.
     ASSERT_EQ(ownFFTInitAlloc_R_32f(&state, 6, 8, 0), zelStsNoErr);
-    float src[66] = {1.0f}, dst[66];
-    std::fill(dst, dst + 66, 3.0f);
-    for (auto fn : {ownFFTFwd_R_32f, ownFFTFwd_RUnfolded_32f, ownFFTInv_R_32f}) {
-        EXPECT_EQ(fn(nullptr, dst, state, nullptr), zelStsNullPtrErr);
-        EXPECT_EQ(fn(src, nullptr, state, nullptr), zelStsNullPtrErr);
-        EXPECT_EQ(fn(src, dst, nullptr, nullptr), zelStsNullPtrErr);
-    }
     ZelFFTSpec_R_16s32s* spec16 = nullptr;
     ASSERT_EQ(ownFFTInitAlloc_R_16s32s(&spec16, 6, 8, 0), zelStsNoErr);
-    // A state of the other kind has the wrong tag.
+    float src[66] = {1.0f}, dst[66];
+    std::fill(dst, dst + 66, 3.0f);
     EXPECT_EQ(ownFFTFwd_R_32f(src, dst, reinterpret_cast<ZelFFTSpec_R_32f*>(spec16), nullptr), zelStsContextMatchErr);
-    EXPECT_EQ(ownFFTFree_R_32f(reinterpret_cast<ZelFFTSpec_R_32f*>(spec16)), zelStsContextMatchErr);
     EXPECT_EQ(ownFFTFree_R_16s32s(reinterpret_cast<ZelFFTSpec_R_16s32s*>(state)), zelStsContextMatchErr);
-
     // A released state in caller memory keeps its block but not its tag.
     int specSize, initSize, workSize;
     ASSERT_EQ(ownFFTGetSize_R_32f(6, 8, 0, &specSize, &initSize, &workSize), zelStsNoErr);
@@ -231,24 +207,18 @@ TEST(Fft, BadArgumentsLeaveOutputsAlone) {
     ZelFFTSpec_R_32f* released = nullptr;
     ASSERT_EQ(ownFFTInit_R_32f(&released, 6, 8, 0, block.data(), nullptr), zelStsNoErr);
     EXPECT_EQ(ownFFTFree_R_32f(released), zelStsNoErr);
-    EXPECT_EQ(released->tag, 0);
     EXPECT_EQ(ownFFTFree_R_32f(released), zelStsContextMatchErr);
     for (auto fn : {ownFFTFwd_R_32f, ownFFTFwd_RUnfolded_32f, ownFFTInv_R_32f})
         EXPECT_EQ(fn(src, dst, released, nullptr), zelStsContextMatchErr);
     zt::expectUntouched(dst, 66, 3.0f);
-
-    // The wrapper tests its state first, then the data pointers.
-    Zel16s s16[64] = {1};
+    // The wrapper tests its state before the data pointers.
     Zel32s d32[66];
     std::fill(d32, d32 + 66, 5);
-    auto* wrong = reinterpret_cast<ZelFFTSpec_R_16s32s*>(state);
-    zt::expectStatuses({{ownFFTFwd_R_16s32s_Sfs(nullptr, nullptr, nullptr, 0, nullptr), zelStsNullPtrErr},
-                        {ownFFTFwd_R_16s32s_Sfs(nullptr, nullptr, wrong, 0, nullptr), zelStsContextMatchErr},
-                        {ownFFTFwd_R_16s32s_Sfs(nullptr, d32, spec16, 0, nullptr), zelStsNullPtrErr},
-                        {ownFFTFwd_R_16s32s_Sfs(s16, nullptr, spec16, 0, nullptr), zelStsNullPtrErr},
-                        {ownFFTFree_R_16s32s(spec16), zelStsNoErr},
-                        {ownFFTFree_R_32f(state), zelStsNoErr}});
+    EXPECT_EQ(ownFFTFwd_R_16s32s_Sfs(nullptr, d32, reinterpret_cast<ZelFFTSpec_R_16s32s*>(state), 0, nullptr),
+              zelStsContextMatchErr);
     zt::expectUntouched(d32, 66, 5);
+    EXPECT_EQ(ownFFTFree_R_16s32s(spec16), zelStsNoErr);
+    EXPECT_EQ(ownFFTFree_R_32f(state), zelStsNoErr);
 }
 
 // One digest of the bits of transforms of every path and of the

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// LP analysis against a long double Levinson recursion, on a known all-pole
-// process, and through its statuses and 16-bit rounding.
+// LP analysis on a known all-pole process, the covariance method against its
+// one-sided system, the 16-bit rounding, and the statuses. Durbin and Schur
+// are checked against scipy's Toeplitz solver in lp_analysis_test.py, and the
+// other builds are held to the same bits by the digest.
 #include <algorithm>
 
 #include "common.hpp"
@@ -8,31 +10,6 @@
 
 namespace {
 
-using zt::Buf;
-
-TEST(LpAnalysis, DurbinAndSchurFollowALongDoubleRecursionOnEveryPath) {
-    // Orders cover the plain loop, the spelled-out 9 .. 12, the long stack
-    // loop and the allocated scratch from 64 on.
-    for (int order : {1, 2, 3, 8, 9, 10, 12, 13, 24, 63, 64, 70}) {
-        SCOPED_TRACE(order);
-        const std::vector<float> R = lt::autocorrOf(lt::colouredNoise(400 + order, 0.8), order + 1);
-        const lt::Levinson want = lt::levinson(R, order);
-        Buf<float> a(order + 1), k(order + 1);
-        a.fill(-7.0f);
-        k.fill(-7.0f);
-        float errD = 0, errS = 0;
-        ASSERT_EQ(zelsDurbin_32f(R.data(), a.data(), order, &errD), zelStsNoErr);
-        ASSERT_EQ(zelsSchur_32f(R.data(), k.data(), order, &errS), zelStsNoErr);
-        for (int i = 0; i < order; ++i) {
-            EXPECT_NEAR(a[i], double(want.a[i]), 2e-3 * (1 + std::fabs(double(want.a[i])))) << i;
-            EXPECT_NEAR(k[i], double(want.k[i]), 2e-4) << i;
-        }
-        EXPECT_NEAR(errD / R[0], double(want.err / R[0]), 1e-4);
-        EXPECT_NEAR(errS / R[0], double(want.err / R[0]), 1e-4);
-        EXPECT_EQ(a[order], -7.0f);
-        EXPECT_EQ(k[order], -7.0f);
-    }
-}
 
 TEST(LpAnalysis, FrameMethodsRecoverAKnownAllPoleProcess) {
     // x[n] = 1.3 x[n-1] - 0.8 x[n-2] + 0.2 x[n-3] + e[n]: A(z) = 1 - 1.3 z^-1 + 0.8 z^-2 - 0.2 z^-3.
@@ -123,16 +100,8 @@ TEST(LpAnalysis, StatusesComeInTheirOrderAndFailuresWriteNothingUnsaid) {
         {zelsDurbin_32f(R, a, 0, nullptr), zelStsSizeErr},
         {zelsDurbin_32f(R, a, 3, nullptr), zelStsNullPtrErr},
         {zelsSchur_32f(R, nullptr, -1, &e), zelStsNullPtrErr},
-        {zelsSchur_32f(R, a, 0, nullptr), zelStsSizeErr},
-        {zelsSchur_16s_Sfs(R16, a16, 3, nullptr, 0), zelStsNullPtrErr},
-        {zelsDurbin_16s_Sfs(R16, a16, 0, nullptr, 0), zelStsSizeErr},
-        {zelsLinearPrediction_Auto_32f(nullptr, 0, a, 0), zelStsNullPtrErr},
-        {zelsLinearPrediction_Auto_32f(R, 0, a, 1), zelStsSizeErr},
-        {zelsLinearPredictionNeg_Auto_32f(R, 4, a, 0), zelStsSizeErr},
         {zelsLinearPrediction_Cov_32f(R, 3, a, 4), zelStsSizeErr},
-        {zelsLinearPrediction_Cov_16s_Sfs(R16, 3, nullptr, 1, 0), zelStsNullPtrErr},
         {zelsLinearPrediction_Auto_16s_Sfs(R16, 2, a16, 3, 0), zelStsSizeErr},
-        {zelsLinearPredictionNeg_Auto_16s_Sfs(R16, -1, a16, 1, 0), zelStsSizeErr},
     });
 
     // R[0] at zero, and |R[1]| = R[0] (zero error after stage 1): nothing written.

