@@ -2,19 +2,17 @@
 // One digest of training and search results that every build must
 // reproduce bit for bit: the SSE4.1 and AVX2 paths of one build, the
 // portable build and the 32-bit build.
+#include "digest.hpp"
 #include "frame/dispatch.hpp"
 #include "vq_reference.hpp"
 
 namespace {
 
-struct Digest {
-    uint64_t h = 1469598103934665603ull;
-    void add(const void* p, size_t n) {
-        const uint8_t* b = static_cast<const uint8_t*>(p);
-        for (size_t i = 0; i < n; ++i) h = (h ^ b[i]) * 1099511628211ull;
-    }
+// The shared hash, fed whole vectors.
+struct Digest : zt::Digest {
+    using zt::Digest::add;
     template <class T>
-    void add(const std::vector<T>& v) { add(v.data(), v.size() * sizeof(T)); }
+    void add(const std::vector<T>& v) { zt::Digest::add(v.data(), v.size()); }
 };
 
 uint64_t digest() {
@@ -34,14 +32,14 @@ uint64_t digest() {
         for (bool weighted : {false, true}) {
             vqt::Cdbk32f cb(data.data(), width, width, hint == 1 ? 259 : n, hint == 1 ? 259 : 24, hint,
                             weighted ? w.data() : nullptr);
-            d.add(&cb.status, sizeof(cb.status));
+            d.add(&cb.status, 1);
             d.add(cb.rows(width));
             zelsVQDist_32f(data.data(), width, idx.data(), dist.data(), n, cb.p);
             d.add(idx);
             d.add(dist);
             vqt::Cdbk16s c16(d16.data(), width, width, hint == 1 ? 259 : n, hint == 1 ? 259 : 24, hint,
                              weighted ? w16.data() : nullptr);
-            d.add(&c16.status, sizeof(c16.status));
+            d.add(&c16.status, 1);
             d.add(c16.rows(width));
             zelsVQDist_16s32s_Sfs(d16.data(), width, idx.data(), di.data(), n, c16.p, 1);
             d.add(idx);
