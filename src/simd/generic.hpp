@@ -29,6 +29,9 @@ typedef int64_t v2l __attribute__((vector_size(16)));
 typedef uint64_t v2ul __attribute__((vector_size(16)));
 typedef int16_t v8s __attribute__((vector_size(16)));
 typedef uint16_t v8us __attribute__((vector_size(16)));
+// Four doubles: widening and narrowing go through them, so that one
+// conversion serves a whole vector (cvtps2pd, fcvtl2 and the like).
+typedef double v4d __attribute__((vector_size(32)));
 #if defined(__aarch64__)
 typedef int32_t v8i __attribute__((vector_size(32)));
 // The eight exact 32-bit products of 16-bit lanes, which this target forms
@@ -57,9 +60,20 @@ inline v2l asMaskOf(v2d);
 inline v8s asMaskOf(v8s);
 
 // The low and the high 16 bits of the eight signed 32-bit products. The high
-// halves are written lane by lane in the form that compilers recognise as
-// the instruction for them (pmulhw on x86, a widening multiply pair on NEON).
+// halves are written lane by lane, in two shapes that compilers recognise as
+// the instruction for them (pmulhw on x86, a widening multiply pair on NEON):
+// a loop over the lanes, and one expression per lane. Both give the same
+// bits; they differ in what GCC makes of them in context. The loop keeps a
+// product of products (the pair sums of high halves) from being merged into
+// 32-bit multiplies, which SSE2 lacks; the expressions keep a vector whose
+// other lanes are known zeros (a row's last column) in registers.
 inline v8s mulLow16(v8s a, v8s b) { return (v8s)((v8us)a * (v8us)b); }
+#define ZEL_MULHI_LANE(i) static_cast<int16_t>((int32_t{a[i]} * b[i]) >> 16)
+inline v8s mulHigh16Lanes(v8s a, v8s b) {
+    return v8s{ZEL_MULHI_LANE(0), ZEL_MULHI_LANE(1), ZEL_MULHI_LANE(2), ZEL_MULHI_LANE(3),
+               ZEL_MULHI_LANE(4), ZEL_MULHI_LANE(5), ZEL_MULHI_LANE(6), ZEL_MULHI_LANE(7)};
+}
+#undef ZEL_MULHI_LANE
 inline v8s mulHigh16(v8s a, v8s b) {
     int16_t x[8], y[8], r[8];
     memcpy(x, &a, 16);
@@ -82,14 +96,19 @@ inline v8s sat16Lanes(v4i lo, v4i hi) {
     return ZEL_SHUFFLE((v8s)lo, (v8s)hi, 0, 2, 4, 6, 8, 10, 12, 14);
 }
 // The x86 conversion of already-integral values: lanes outside the 32-bit
-// range, and NaN, give the most negative integer. The test is |a| < 2^31, so
-// -2^31 itself counts as outside; it gives that same integer either way. The
+// range, and NaN, give the most negative integer. On x86 the conversion
+// instruction does exactly that. Elsewhere the test is |a| < 2^31 (so -2^31
+// itself counts as outside; it gives that same integer either way), and the
 // other lanes are converted as zero and take the integer's sign bit after.
-inline v4i toInt32(v4f whole, v4f a) {
+inline v4i toInt32(v4f whole, [[maybe_unused]] v4f a) {
+#if defined(__x86_64__) || defined(__i386__)
+    return __builtin_convertvector(whole, v4i);
+#else
     const v4i signBit = {INT32_MIN, INT32_MIN, INT32_MIN, INT32_MIN};
     const v4f limit = {2147483648.0f, 2147483648.0f, 2147483648.0f, 2147483648.0f};
     const v4i inRange = (v4f)((v4i)a & ~signBit) < limit;
     return __builtin_convertvector((v4f)((v4i)whole & inRange), v4i) | (signBit & ~inRange);
+#endif
 }
 // Lanes rounded to integral values by the current rounding mode: adding and
 // removing 2^23 with the lane's sign leaves no fraction bits. Lanes at or
@@ -115,6 +134,8 @@ inline F32x4 add(F32x4 a, F32x4 b) { return {a.v + b.v}; }
 inline F32x4 sub(F32x4 a, F32x4 b) { return {a.v - b.v}; }
 inline F32x4 mul(F32x4 a, F32x4 b) { return {a.v * b.v}; }
 inline F32x4 div(F32x4 a, F32x4 b) { return {a.v / b.v}; }
+// Lane by lane: a build without errno from the math functions makes this
+// one instruction (sqrtps, fsqrt); with errno each lane is tested first.
 inline F32x4 sqrt(F32x4 a) {
     return {detail::v4f{__builtin_sqrtf(a.v[0]), __builtin_sqrtf(a.v[1]), __builtin_sqrtf(a.v[2]), __builtin_sqrtf(a.v[3])}};
 }
@@ -164,11 +185,13 @@ inline int movemask(F64x2 m) {
 template <int i>
 inline double lane(F64x2 a) { return a.v[i]; }
 // Two singles widened to doubles: lanes 0 and 1, or 2 and 3, of `a`.
-inline F64x2 cvtLo2d(F32x4 a) { return {detail::v2d{double(a.v[0]), double(a.v[1])}}; }
+inline F64x2 cvtLo2d(F32x4 a) {
+    const detail::v4d w = __builtin_convertvector(a.v, detail::v4d);
+    return {detail::v2d{w[0], w[1]}};
+}
 inline F64x2 cvtHi2d(F32x4 a) {
-    // The upper pair moved down first, so that one widening serves both lanes.
-    const detail::v4f h = ZEL_SHUFFLE(a.v, a.v, 2, 3, 2, 3);
-    return {detail::v2d{double(h[0]), double(h[1])}};
+    const detail::v4d w = __builtin_convertvector(a.v, detail::v4d);
+    return {detail::v2d{w[2], w[3]}};
 }
 
 // ---- 32-bit integers; arithmetic wraps, so it runs on unsigned lanes
@@ -191,8 +214,17 @@ inline I32x4 sll(I32x4 a, int n) {
 }
 template <int i>
 inline int32_t lane(I32x4 a) { return a.v[i]; }
-// Rounds by the current rounding mode (the conversions force nearest).
-inline I32x4 cvtRound(F32x4 a) { return {detail::toInt32(detail::roundByMode(a.v), a.v)}; }
+// Rounds by the current rounding mode (the conversions force nearest). A
+// build without errno from the math functions lets x86 round and convert
+// each lane with the instruction that rounds by the mode.
+inline I32x4 cvtRound(F32x4 a) {
+#if (defined(__x86_64__) || defined(__i386__)) && defined(__NO_MATH_ERRNO__)
+    return {detail::v4i{__builtin_irintf(a.v[0]), __builtin_irintf(a.v[1]), __builtin_irintf(a.v[2]),
+                        __builtin_irintf(a.v[3])}};
+#else
+    return {detail::toInt32(detail::roundByMode(a.v), a.v)};
+#endif
+}
 inline I32x4 cvtTrunc(F32x4 a) {
     // Truncation of in-range lanes is what the language's conversion does.
     return {detail::toInt32(a.v, a.v)};
@@ -228,7 +260,7 @@ inline I32x4 madd(I16x8 a, I16x8 b) {
 #else
     // The low and high halves of the eight products interleaved give the
     // products themselves; then the even ones plus the odd ones.
-    const detail::v8s lo = detail::mulLow16(a.v, b.v), hi = detail::mulHigh16(a.v, b.v);
+    const detail::v8s lo = detail::mulLow16(a.v, b.v), hi = detail::mulHigh16Lanes(a.v, b.v);
     const detail::v4i p0 = (detail::v4i)ZEL_SHUFFLE(lo, hi, 0, 8, 1, 9, 2, 10, 3, 11);
     const detail::v4i p1 = (detail::v4i)ZEL_SHUFFLE(lo, hi, 4, 12, 5, 13, 6, 14, 7, 15);
     const detail::v4u even = (detail::v4u)ZEL_SHUFFLE(p0, p1, 0, 2, 4, 6);
@@ -278,9 +310,21 @@ inline I16x8 srl(I16x8 a, int n) {
 }
 // The first 4, 2 or 1 elements into the low lanes, the others zero. They
 // read no further than those elements, so a row's end can lie on a page end.
-inline I16x8 loadLo4s(const int16_t* p) { I16x8 r = zero8s(); memcpy(&r.v, p, 8); return r; }
-inline I16x8 loadLo2s(const int16_t* p) { I16x8 r = zero8s(); memcpy(&r.v, p, 4); return r; }
-inline I16x8 loadLo1s(const int16_t* p) { I16x8 r = zero8s(); r.v[0] = *p; return r; }
+// Each reads an integer of that width and places it in lane 0 of a vector
+// of such integers: one narrow load into a register. (Copying the bytes into
+// part of a zeroed vector makes the compiler store and reload it, and the
+// wide reload of a narrow store stalls.)
+inline I16x8 loadLo4s(const int16_t* p) {
+    uint64_t w;
+    memcpy(&w, p, 8);
+    return {(detail::v8s)detail::v2ul{w, 0}};
+}
+inline I16x8 loadLo2s(const int16_t* p) {
+    uint32_t w;
+    memcpy(&w, p, 4);
+    return {(detail::v8s)detail::v4u{w, 0, 0, 0}};
+}
+inline I16x8 loadLo1s(const int16_t* p) { return {detail::v8s{*p, 0, 0, 0, 0, 0, 0, 0}}; }
 
 }  // namespace zel::simd
 
@@ -291,7 +335,7 @@ inline F64x2 cmple(F64x2 a, F64x2 b) { return {(detail::v2d)(a.v <= b.v)}; }
 inline F64x2 cmpeq(F64x2 a, F64x2 b) { return {(detail::v2d)(a.v == b.v)}; }
 // lo0 lo1 hi0 hi1, each rounded to single by the current rounding mode.
 inline F32x4 narrowPair(F64x2 lo, F64x2 hi) {
-    return {detail::v4f{float(lo.v[0]), float(lo.v[1]), float(hi.v[0]), float(hi.v[1])}};
+    return {__builtin_convertvector((detail::v4d{lo.v[0], lo.v[1], hi.v[0], hi.v[1]}), detail::v4f)};
 }
 // a2 a3 a2 a3: the upper pair moved onto the lower one.
 inline F32x4 highPairToLow(F32x4 a) { return {ZEL_SHUFFLE(a.v, a.v, 2, 3, 2, 3)}; }
