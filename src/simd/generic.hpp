@@ -29,6 +29,9 @@ typedef int64_t v2l __attribute__((vector_size(16)));
 typedef uint64_t v2ul __attribute__((vector_size(16)));
 typedef int16_t v8s __attribute__((vector_size(16)));
 typedef uint16_t v8us __attribute__((vector_size(16)));
+// Four doubles: widening and narrowing go through them, so that one
+// conversion serves a whole vector (cvtps2pd, fcvtl2 and the like).
+typedef double v4d __attribute__((vector_size(32)));
 #if defined(__aarch64__)
 typedef int32_t v8i __attribute__((vector_size(32)));
 // The eight exact 32-bit products of 16-bit lanes, which this target forms
@@ -56,6 +59,30 @@ inline v4i asMaskOf(v4i);
 inline v2l asMaskOf(v2d);
 inline v8s asMaskOf(v8s);
 
+// The low and the high 16 bits of the eight signed 32-bit products. The high
+// halves are written lane by lane, in two shapes that compilers recognise as
+// the instruction for them (pmulhw on x86, a widening multiply pair on NEON):
+// a loop over the lanes, and one expression per lane. Both give the same
+// bits; they differ in what GCC makes of them in context. The loop keeps a
+// product of products (the pair sums of high halves) from being merged into
+// 32-bit multiplies, which SSE2 lacks; the expressions keep a vector whose
+// other lanes are known zeros (a row's last column) in registers.
+inline v8s mulLow16(v8s a, v8s b) { return (v8s)((v8us)a * (v8us)b); }
+#define ZEL_MULHI_LANE(i) static_cast<int16_t>((int32_t{a[i]} * b[i]) >> 16)
+inline v8s mulHigh16Lanes(v8s a, v8s b) {
+    return v8s{ZEL_MULHI_LANE(0), ZEL_MULHI_LANE(1), ZEL_MULHI_LANE(2), ZEL_MULHI_LANE(3),
+               ZEL_MULHI_LANE(4), ZEL_MULHI_LANE(5), ZEL_MULHI_LANE(6), ZEL_MULHI_LANE(7)};
+}
+#undef ZEL_MULHI_LANE
+inline v8s mulHigh16(v8s a, v8s b) {
+    int16_t x[8], y[8], r[8];
+    memcpy(x, &a, 16);
+    memcpy(y, &b, 16);
+    for (int i = 0; i < 8; ++i) r[i] = static_cast<int16_t>((int32_t{x[i]} * y[i]) >> 16);
+    v8s v;
+    memcpy(&v, r, 16);
+    return v;
+}
 // Bitwise blend: lanes of `a` where the all-ones/all-zeros mask `m` is set.
 inline v4i blend(v4i m, v4i a, v4i b) { return (a & m) | (b & ~m); }
 inline v2l blend(v2l m, v2l a, v2l b) { return (a & m) | (b & ~m); }
@@ -69,24 +96,29 @@ inline v8s sat16Lanes(v4i lo, v4i hi) {
     return ZEL_SHUFFLE((v8s)lo, (v8s)hi, 0, 2, 4, 6, 8, 10, 12, 14);
 }
 // The x86 conversion of already-integral values: lanes outside the 32-bit
-// range, and NaN, give the most negative integer.
-inline v4i toInt32(v4f whole, v4f a) {
-    const v4f lo = {-2147483648.0f, -2147483648.0f, -2147483648.0f, -2147483648.0f};
-    const v4f hi = {2147483648.0f, 2147483648.0f, 2147483648.0f, 2147483648.0f};
-    const v4i inRange = (a >= lo) & (a < hi);
-    const v4i r = __builtin_convertvector(blend(inRange, whole, v4f{}), v4i);
-    return blend(inRange, r, v4i{INT32_MIN, INT32_MIN, INT32_MIN, INT32_MIN});
+// range, and NaN, give the most negative integer. On x86 the conversion
+// instruction does exactly that. Elsewhere the test is |a| < 2^31 (so -2^31
+// itself counts as outside; it gives that same integer either way), and the
+// other lanes are converted as zero and take the integer's sign bit after.
+inline v4i toInt32(v4f whole, [[maybe_unused]] v4f a) {
+#if defined(__x86_64__) || defined(__i386__)
+    return __builtin_convertvector(whole, v4i);
+#else
+    const v4i signBit = {INT32_MIN, INT32_MIN, INT32_MIN, INT32_MIN};
+    const v4f limit = {2147483648.0f, 2147483648.0f, 2147483648.0f, 2147483648.0f};
+    const v4i inRange = (v4f)((v4i)a & ~signBit) < limit;
+    return __builtin_convertvector((v4f)((v4i)whole & inRange), v4i) | (signBit & ~inRange);
+#endif
 }
 // Lanes rounded to integral values by the current rounding mode: adding and
-// removing 2^23 with the lane's sign leaves no fraction bits, and lanes at or
-// beyond 2^23 (and NaN, Inf) have none to begin with.
+// removing 2^23 with the lane's sign leaves no fraction bits. Lanes at or
+// beyond 2^23 (and NaN, Inf) have none to begin with; they add and remove 0.
 inline v4f roundByMode(v4f a) {
     const v4i signBit = {INT32_MIN, INT32_MIN, INT32_MIN, INT32_MIN};
     const v4f big = {8388608.0f, 8388608.0f, 8388608.0f, 8388608.0f};
-    const v4f magic = (v4f)(((v4i)a & signBit) | (v4i)big);
-    v4f r = (a + magic) - magic;
-    const v4f mag = (v4f)((v4i)a & ~signBit);
-    return blend(mag < big, r, a);
+    const v4i small = (v4f)((v4i)a & ~signBit) < big;
+    const v4f magic = (v4f)((((v4i)a & signBit) | (v4i)big) & small);
+    return (a + magic) - magic;
 }
 }  // namespace detail
 
@@ -102,21 +134,27 @@ inline F32x4 add(F32x4 a, F32x4 b) { return {a.v + b.v}; }
 inline F32x4 sub(F32x4 a, F32x4 b) { return {a.v - b.v}; }
 inline F32x4 mul(F32x4 a, F32x4 b) { return {a.v * b.v}; }
 inline F32x4 div(F32x4 a, F32x4 b) { return {a.v / b.v}; }
+// Lane by lane: a build without errno from the math functions makes this
+// one instruction (sqrtps, fsqrt); with errno each lane is tested first.
 inline F32x4 sqrt(F32x4 a) {
     return {detail::v4f{__builtin_sqrtf(a.v[0]), __builtin_sqrtf(a.v[1]), __builtin_sqrtf(a.v[2]), __builtin_sqrtf(a.v[3])}};
 }
-// min and max return the second operand when either is NaN, as x86 does.
-inline F32x4 min(F32x4 a, F32x4 b) { return {detail::blend(a.v < b.v, a.v, b.v)}; }
-inline F32x4 max(F32x4 a, F32x4 b) { return {detail::blend(a.v > b.v, a.v, b.v)}; }
+// min and max return the second operand when either is NaN, as x86 does;
+// written as the comparison and choice, which x86 has as one instruction.
+inline F32x4 min(F32x4 a, F32x4 b) { return {a.v < b.v ? a.v : b.v}; }
+inline F32x4 max(F32x4 a, F32x4 b) { return {a.v > b.v ? a.v : b.v}; }
 inline F32x4 cmplt(F32x4 a, F32x4 b) { return {(detail::v4f)(a.v < b.v)}; }
 inline F32x4 cmple(F32x4 a, F32x4 b) { return {(detail::v4f)(a.v <= b.v)}; }
 inline F32x4 cmpgt(F32x4 a, F32x4 b) { return {(detail::v4f)(a.v > b.v)}; }
 inline F32x4 cmpeq(F32x4 a, F32x4 b) { return {(detail::v4f)(a.v == b.v)}; }
 // Only the sign bit of each mask lane decides, as in the blend instruction.
 inline F32x4 select(F32x4 mask, F32x4 a, F32x4 b) { return {detail::blend((detail::v4i)mask.v >> 31, a.v, b.v)}; }
+// The sign bits in two 64-bit halves: bits 0, 32 of one and 2, 34 of the
+// other after a shift by 2, folded once.
 inline int movemask(F32x4 m) {
-    const detail::v4u s = (detail::v4u)m.v >> 31;
-    return int(s[0] | s[1] << 1 | s[2] << 2 | s[3] << 3);
+    const detail::v2ul s = (detail::v2ul)((detail::v4u)m.v >> 31);
+    const uint64_t t = s[0] | s[1] << 2;
+    return int((t | t >> 31) & 15);
 }
 template <int i>
 inline float lane(F32x4 a) { return a.v[i]; }
@@ -136,8 +174,8 @@ inline F64x2 sub(F64x2 a, F64x2 b) { return {a.v - b.v}; }
 inline F64x2 mul(F64x2 a, F64x2 b) { return {a.v * b.v}; }
 inline F64x2 div(F64x2 a, F64x2 b) { return {a.v / b.v}; }
 inline F64x2 sqrt(F64x2 a) { return {detail::v2d{__builtin_sqrt(a.v[0]), __builtin_sqrt(a.v[1])}}; }
-inline F64x2 min(F64x2 a, F64x2 b) { return {detail::blend(a.v < b.v, a.v, b.v)}; }
-inline F64x2 max(F64x2 a, F64x2 b) { return {detail::blend(a.v > b.v, a.v, b.v)}; }
+inline F64x2 min(F64x2 a, F64x2 b) { return {a.v < b.v ? a.v : b.v}; }
+inline F64x2 max(F64x2 a, F64x2 b) { return {a.v > b.v ? a.v : b.v}; }
 inline F64x2 cmplt(F64x2 a, F64x2 b) { return {(detail::v2d)(a.v < b.v)}; }
 inline F64x2 select(F64x2 mask, F64x2 a, F64x2 b) { return {detail::blend((detail::v2l)mask.v >> 63, a.v, b.v)}; }
 inline int movemask(F64x2 m) {
@@ -147,8 +185,14 @@ inline int movemask(F64x2 m) {
 template <int i>
 inline double lane(F64x2 a) { return a.v[i]; }
 // Two singles widened to doubles: lanes 0 and 1, or 2 and 3, of `a`.
-inline F64x2 cvtLo2d(F32x4 a) { return {detail::v2d{double(a.v[0]), double(a.v[1])}}; }
-inline F64x2 cvtHi2d(F32x4 a) { return {detail::v2d{double(a.v[2]), double(a.v[3])}}; }
+inline F64x2 cvtLo2d(F32x4 a) {
+    const detail::v4d w = __builtin_convertvector(a.v, detail::v4d);
+    return {detail::v2d{w[0], w[1]}};
+}
+inline F64x2 cvtHi2d(F32x4 a) {
+    const detail::v4d w = __builtin_convertvector(a.v, detail::v4d);
+    return {detail::v2d{w[2], w[3]}};
+}
 
 // ---- 32-bit integers; arithmetic wraps, so it runs on unsigned lanes
 inline I32x4 load4i(const int32_t* p) { I32x4 r; memcpy(&r.v, p, 16); return r; }
@@ -160,8 +204,8 @@ inline I32x4 zero4i() { return {detail::v4i{}}; }
 inline I32x4 add(I32x4 a, I32x4 b) { return {(detail::v4i)((detail::v4u)a.v + (detail::v4u)b.v)}; }
 inline I32x4 sub(I32x4 a, I32x4 b) { return {(detail::v4i)((detail::v4u)a.v - (detail::v4u)b.v)}; }
 inline I32x4 mullo(I32x4 a, I32x4 b) { return {(detail::v4i)((detail::v4u)a.v * (detail::v4u)b.v)}; }
-inline I32x4 min(I32x4 a, I32x4 b) { return {detail::blend(a.v < b.v, a.v, b.v)}; }
-inline I32x4 max(I32x4 a, I32x4 b) { return {detail::blend(a.v > b.v, a.v, b.v)}; }
+inline I32x4 min(I32x4 a, I32x4 b) { return {a.v < b.v ? a.v : b.v}; }
+inline I32x4 max(I32x4 a, I32x4 b) { return {a.v > b.v ? a.v : b.v}; }
 // Counts above 31 fill with the sign (sra) or clear the lanes (sll), as x86 does.
 inline I32x4 sra(I32x4 a, int n) { return {a.v >> (n > 31 ? 31 : n)}; }
 inline I32x4 sll(I32x4 a, int n) {
@@ -170,8 +214,17 @@ inline I32x4 sll(I32x4 a, int n) {
 }
 template <int i>
 inline int32_t lane(I32x4 a) { return a.v[i]; }
-// Rounds by the current rounding mode (the conversions force nearest).
-inline I32x4 cvtRound(F32x4 a) { return {detail::toInt32(detail::roundByMode(a.v), a.v)}; }
+// Rounds by the current rounding mode (the conversions force nearest). A
+// build without errno from the math functions lets x86 round and convert
+// each lane with the instruction that rounds by the mode.
+inline I32x4 cvtRound(F32x4 a) {
+#if (defined(__x86_64__) || defined(__i386__)) && defined(__NO_MATH_ERRNO__)
+    return {detail::v4i{__builtin_irintf(a.v[0]), __builtin_irintf(a.v[1]), __builtin_irintf(a.v[2]),
+                        __builtin_irintf(a.v[3])}};
+#else
+    return {detail::toInt32(detail::roundByMode(a.v), a.v)};
+#endif
+}
 inline I32x4 cvtTrunc(F32x4 a) {
     // Truncation of in-range lanes is what the language's conversion does.
     return {detail::toInt32(a.v, a.v)};
@@ -205,15 +258,20 @@ inline I32x4 madd(I16x8 a, I16x8 b) {
     const detail::v8i p = detail::widenedProducts(a.v, b.v);
     const detail::v4u even = (detail::v4u)ZEL_SHUFFLE(p, p, 0, 2, 4, 6), odd = (detail::v4u)ZEL_SHUFFLE(p, p, 1, 3, 5, 7);
 #else
-    const detail::v4i a32 = (detail::v4i)a.v, b32 = (detail::v4i)b.v;
-    const detail::v4u even = (detail::v4u)(((a32 << 16) >> 16) * ((b32 << 16) >> 16));
-    const detail::v4u odd = (detail::v4u)((a32 >> 16) * (b32 >> 16));
+    // The low and high halves of the eight products interleaved give the
+    // products themselves; then the even ones plus the odd ones.
+    const detail::v8s lo = detail::mulLow16(a.v, b.v), hi = detail::mulHigh16Lanes(a.v, b.v);
+    const detail::v4i p0 = (detail::v4i)ZEL_SHUFFLE(lo, hi, 0, 8, 1, 9, 2, 10, 3, 11);
+    const detail::v4i p1 = (detail::v4i)ZEL_SHUFFLE(lo, hi, 4, 12, 5, 13, 6, 14, 7, 15);
+    const detail::v4u even = (detail::v4u)ZEL_SHUFFLE(p0, p1, 0, 2, 4, 6);
+    const detail::v4u odd = (detail::v4u)ZEL_SHUFFLE(p0, p1, 1, 3, 5, 7);
 #endif
     return {(detail::v4i)(even + odd)};
 }
-// Sign-extends the low and high four lanes to 32 bits.
-inline I32x4 widenLo(I16x8 a) { return {detail::v4i{a.v[0], a.v[1], a.v[2], a.v[3]}}; }
-inline I32x4 widenHi(I16x8 a) { return {detail::v4i{a.v[4], a.v[5], a.v[6], a.v[7]}}; }
+// Sign-extends the low and high four lanes to 32 bits: each lane doubled
+// into both halves of a 32-bit lane, which an arithmetic shift then extends.
+inline I32x4 widenLo(I16x8 a) { return {(detail::v4i)ZEL_SHUFFLE(a.v, a.v, 0, 0, 1, 1, 2, 2, 3, 3) >> 16}; }
+inline I32x4 widenHi(I16x8 a) { return {(detail::v4i)ZEL_SHUFFLE(a.v, a.v, 4, 4, 5, 5, 6, 6, 7, 7) >> 16}; }
 // Saturating narrow of two 32-bit vectors into eight 16-bit lanes.
 inline I16x8 packSat(I32x4 lo, I32x4 hi) { return {detail::sat16Lanes(lo.v, hi.v)}; }
 
@@ -243,20 +301,8 @@ namespace zel::simd {
 
 inline I16x8 zero8s() { return {detail::v8s{}}; }
 // Low and high 16 bits of the signed 32-bit products, lane by lane.
-inline I16x8 mullo(I16x8 a, I16x8 b) { return {(detail::v8s)((detail::v8us)a.v * (detail::v8us)b.v)}; }
-inline I16x8 mulhi(I16x8 a, I16x8 b) {
-    // Products of the even and the odd lanes in 32 bits (never overflowing),
-    // their high halves put back where the lanes came from.
-#if defined(__aarch64__)
-    return {__builtin_convertvector(detail::widenedProducts(a.v, b.v) >> 16, detail::v8s)};
-#else
-    const detail::v4i a32 = (detail::v4i)a.v, b32 = (detail::v4i)b.v;
-    const detail::v4i even = ((a32 << 16) >> 16) * ((b32 << 16) >> 16);
-    const detail::v4i odd = (a32 >> 16) * (b32 >> 16);
-    const detail::v4i lowMask = {0xffff, 0xffff, 0xffff, 0xffff};
-    return {(detail::v8s)(((even >> 16) & lowMask) | (odd & ~lowMask))};
-#endif
-}
+inline I16x8 mullo(I16x8 a, I16x8 b) { return {detail::mulLow16(a.v, b.v)}; }
+inline I16x8 mulhi(I16x8 a, I16x8 b) { return {detail::mulHigh16(a.v, b.v)}; }
 // Logical right shift of the 16-bit lanes; a count above 15 clears them.
 inline I16x8 srl(I16x8 a, int n) {
     if (n > 15) return zero8s();
@@ -264,9 +310,21 @@ inline I16x8 srl(I16x8 a, int n) {
 }
 // The first 4, 2 or 1 elements into the low lanes, the others zero. They
 // read no further than those elements, so a row's end can lie on a page end.
-inline I16x8 loadLo4s(const int16_t* p) { I16x8 r = zero8s(); memcpy(&r.v, p, 8); return r; }
-inline I16x8 loadLo2s(const int16_t* p) { I16x8 r = zero8s(); memcpy(&r.v, p, 4); return r; }
-inline I16x8 loadLo1s(const int16_t* p) { I16x8 r = zero8s(); r.v[0] = *p; return r; }
+// Each reads an integer of that width and places it in lane 0 of a vector
+// of such integers: one narrow load into a register. (Copying the bytes into
+// part of a zeroed vector makes the compiler store and reload it, and the
+// wide reload of a narrow store stalls.)
+inline I16x8 loadLo4s(const int16_t* p) {
+    uint64_t w;
+    memcpy(&w, p, 8);
+    return {(detail::v8s)detail::v2ul{w, 0}};
+}
+inline I16x8 loadLo2s(const int16_t* p) {
+    uint32_t w;
+    memcpy(&w, p, 4);
+    return {(detail::v8s)detail::v4u{w, 0, 0, 0}};
+}
+inline I16x8 loadLo1s(const int16_t* p) { return {detail::v8s{*p, 0, 0, 0, 0, 0, 0, 0}}; }
 
 }  // namespace zel::simd
 
@@ -277,7 +335,7 @@ inline F64x2 cmple(F64x2 a, F64x2 b) { return {(detail::v2d)(a.v <= b.v)}; }
 inline F64x2 cmpeq(F64x2 a, F64x2 b) { return {(detail::v2d)(a.v == b.v)}; }
 // lo0 lo1 hi0 hi1, each rounded to single by the current rounding mode.
 inline F32x4 narrowPair(F64x2 lo, F64x2 hi) {
-    return {detail::v4f{float(lo.v[0]), float(lo.v[1]), float(hi.v[0]), float(hi.v[1])}};
+    return {__builtin_convertvector((detail::v4d{lo.v[0], lo.v[1], hi.v[0], hi.v[1]}), detail::v4f)};
 }
 // a2 a3 a2 a3: the upper pair moved onto the lower one.
 inline F32x4 highPairToLow(F32x4 a) { return {ZEL_SHUFFLE(a.v, a.v, 2, 3, 2, 3)}; }
