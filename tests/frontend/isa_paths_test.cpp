@@ -8,8 +8,6 @@
 #include <math.h>
 #include <stdint.h>
 #include <string.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <functional>
 #include <random>
@@ -18,32 +16,12 @@
 #include <vector>
 
 #include "common.hpp"
+#include "guarded.hpp"
 #include "frame/dispatch.hpp"
 
 namespace {
 
-// n elements that end at a page boundary, followed by a page without access.
-template <class T>
-class Guarded {
-public:
-    explicit Guarded(size_t n) : n_(n) {
-        const size_t page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
-        span_ = (n * sizeof(T) + page - 1) / page * page + page;
-        base_ = static_cast<char*>(mmap(nullptr, span_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-        mprotect(base_ + span_ - page, page, PROT_NONE);
-        p_ = reinterpret_cast<T*>(base_ + span_ - page - n * sizeof(T));
-    }
-    ~Guarded() { munmap(base_, span_); }
-    Guarded(const Guarded&) = delete;
-    Guarded& operator=(const Guarded&) = delete;
-    T* data() { return p_; }
-
-private:
-    char* base_;
-    size_t span_;
-    size_t n_;
-    T* p_;
-};
+using zt::Guarded;
 
 // A generator of this file's own, so that the data of the other tests stays
 // what it was.

@@ -6,38 +6,18 @@
 // an inaccessible page behind it, so a read past the last element faults.
 #include <stdint.h>
 #include <string.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <cmath>
 #include <limits>
 #include <vector>
 
 #include "common.hpp"
+#include "guarded.hpp"
 #include "frame/dispatch.hpp"
 
 namespace {
 
-// n floats that end at a page boundary, followed by a page without access.
-class Guarded {
-public:
-    explicit Guarded(size_t n) {
-        const size_t page = size_t(sysconf(_SC_PAGESIZE));
-        span_ = (n * sizeof(float) + page - 1) / page * page + page;
-        base_ = static_cast<char*>(mmap(nullptr, span_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
-        mprotect(base_ + span_ - page, page, PROT_NONE);
-        p_ = reinterpret_cast<float*>(base_ + span_ - page - n * sizeof(float));
-    }
-    ~Guarded() { munmap(base_, span_); }
-    Guarded(const Guarded&) = delete;
-    Guarded& operator=(const Guarded&) = delete;
-    float* data() { return p_; }
-
-private:
-    char* base_;
-    size_t span_;
-    float* p_;
-};
+using Guarded = zt::Guarded<float>;
 
 // Mostly ordinary values, with the ones that take other branches mixed in:
 // zeros of both signs, values whose square leaves the normal range (and
