@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // zelsLogAdd, zelsLogSub and zelsLogSum: the length first, then the
 // pointers, then one kernel. The arithmetic is in log_domain_kernels.hpp.
+#include <string.h>
+
 #include "scoring/log_domain.hpp"
 
 #include "frame/checks.hpp"
@@ -32,8 +34,17 @@ void ownLogAdd_32f_Fast(const Zel32f* pSrc, Zel32f* pSrcDst, int len) {
     zel::logd::logAdd32<false>(pSrc, pSrcDst, len);
 }
 void ownLogAdd_64f(const Zel64f* pSrc, Zel64f* pSrcDst, int len) { zel::logd::logAdd64(pSrc, pSrcDst, len); }
-void ownLogSum_32f(const Zel32f* pSrc, Zel32f* pResult, int len) { *pResult = zel::logd::logSum32(pSrc, len); }
-void ownLogSum_64f(const Zel64f* pSrc, Zel64f* pResult, int len) { *pResult = zel::logd::logSum64(pSrc, len); }
+// One element is written as it stands, bits and all: on 32-bit x86 a float
+// returned from a call travels through the x87 stack, which quiets a
+// signalling NaN.
+void ownLogSum_32f(const Zel32f* pSrc, Zel32f* pResult, int len) {
+    if (len == 1) return static_cast<void>(memcpy(pResult, pSrc, sizeof *pSrc));
+    *pResult = zel::logd::logSum32(pSrc, len);
+}
+void ownLogSum_64f(const Zel64f* pSrc, Zel64f* pResult, int len) {
+    if (len == 1) return static_cast<void>(memcpy(pResult, pSrc, sizeof *pSrc));
+    *pResult = zel::logd::logSum64(pSrc, len);
+}
 
 // ---- zelsLogAdd -----------------------------------------------------------------
 
