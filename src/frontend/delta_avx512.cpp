@@ -46,19 +46,7 @@ struct Shorts {
     }
 };
 
-template <class E>
-using PackOf = std::conditional_t<std::is_same_v<E, float>, Floats, Shorts>;
-
 }  // namespace
-
-template <int A, int B, class E, class SM, class DM, class EM>
-void steady(const SteadyRows<E>& rows, const SM& sm, const DM& dm, const EM& em) {
-    wide::steady<PackOf<E>, A, B>(rows, sm, dm, em);
-}
-template <class E, class M>
-void evalDelta(const InPlaceRows<E>& rows, const M& m) {
-    wide::evalDelta<PackOf<E>>(rows, m);
-}
 
 #include "frontend/delta_wide_instances.inc"
 
