@@ -12,6 +12,20 @@
 #include <stdint.h>
 #include <string.h>
 
+// Three 16-bit operations have no generic spelling that GCC turns into the
+// one instruction SSE2 has for them (saturating subtract, high product, pair
+// multiply-add; on AArch64 the generic forms already become smull and
+// friends), and the reciprocal estimates are the processor's own by
+// definition. On x86, where SSE2 is part of the base instruction set, those
+// five take SSE2's instructions, which give the lanes described below; every
+// other target keeps the generic forms.
+#if defined(__SSE2__) && (defined(__x86_64__) || defined(__i386__))
+#include <emmintrin.h>
+#define ZEL_GENERIC_X86 1
+#else
+#define ZEL_GENERIC_X86 0
+#endif
+
 #if !defined(__BYTE_ORDER__) || __BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__
 #error "the generic vocabulary reads 16-bit lanes out of 32-bit ones little-endian first"
 #endif
@@ -158,9 +172,15 @@ inline int movemask(F32x4 m) {
 }
 template <int i>
 inline float lane(F32x4 a) { return a.v[i]; }
-// The hardware estimates differ between processors; this header computes them exactly.
+// The hardware estimates differ between processors. x86 has the same ones
+// as the vector build; elsewhere this header computes them exactly.
+#if ZEL_GENERIC_X86
+inline F32x4 rcpEstimate(F32x4 a) { return {(detail::v4f)_mm_rcp_ps((__m128)a.v)}; }
+inline F32x4 rsqrtEstimate(F32x4 a) { return {(detail::v4f)_mm_rsqrt_ps((__m128)a.v)}; }
+#else
 inline F32x4 rcpEstimate(F32x4 a) { return {detail::v4f{1.0f, 1.0f, 1.0f, 1.0f} / a.v}; }
 inline F32x4 rsqrtEstimate(F32x4 a) { return {detail::v4f{1.0f, 1.0f, 1.0f, 1.0f} / sqrt(a).v}; }
+#endif
 
 // ---- double precision, two lanes
 inline F64x2 load2d(const double* p) { F64x2 r; memcpy(&r.v, p, 16); return r; }
@@ -247,13 +267,20 @@ inline I16x8 addSat(I16x8 a, I16x8 b) {
     return {(r & ~over) | (((a.v >> 15) ^ 0x7fff) & over)};
 }
 inline I16x8 subSat(I16x8 a, I16x8 b) {
+#if ZEL_GENERIC_X86
+    return {(detail::v8s)_mm_subs_epi16((__m128i)a.v, (__m128i)b.v)};
+#else
     const detail::v8s r = (detail::v8s)((detail::v8us)a.v - (detail::v8us)b.v);
     const detail::v8s over = ((a.v ^ b.v) & (a.v ^ r)) >> 15;
     return {(r & ~over) | (((a.v >> 15) ^ 0x7fff) & over)};
+#endif
 }
 // Pairwise a0*b0 + a1*b1 ... into four 32-bit lanes (wraps only for -32768^2 twice).
 // Even 16-bit lanes are the low halves of the 32-bit ones, odd lanes the high halves.
 inline I32x4 madd(I16x8 a, I16x8 b) {
+#if ZEL_GENERIC_X86
+    return {(detail::v4i)_mm_madd_epi16((__m128i)a.v, (__m128i)b.v)};
+#else
 #if defined(__aarch64__)
     const detail::v8i p = detail::widenedProducts(a.v, b.v);
     const detail::v4u even = (detail::v4u)ZEL_SHUFFLE(p, p, 0, 2, 4, 6), odd = (detail::v4u)ZEL_SHUFFLE(p, p, 1, 3, 5, 7);
@@ -267,6 +294,7 @@ inline I32x4 madd(I16x8 a, I16x8 b) {
     const detail::v4u odd = (detail::v4u)ZEL_SHUFFLE(p0, p1, 1, 3, 5, 7);
 #endif
     return {(detail::v4i)(even + odd)};
+#endif
 }
 // Sign-extends the low and high four lanes to 32 bits: each lane doubled
 // into both halves of a 32-bit lane, which an arithmetic shift then extends.
@@ -302,7 +330,13 @@ namespace zel::simd {
 inline I16x8 zero8s() { return {detail::v8s{}}; }
 // Low and high 16 bits of the signed 32-bit products, lane by lane.
 inline I16x8 mullo(I16x8 a, I16x8 b) { return {detail::mulLow16(a.v, b.v)}; }
-inline I16x8 mulhi(I16x8 a, I16x8 b) { return {detail::mulHigh16(a.v, b.v)}; }
+inline I16x8 mulhi(I16x8 a, I16x8 b) {
+#if ZEL_GENERIC_X86
+    return {(detail::v8s)_mm_mulhi_epi16((__m128i)a.v, (__m128i)b.v)};
+#else
+    return {detail::mulHigh16(a.v, b.v)};
+#endif
+}
 // Logical right shift of the 16-bit lanes; a count above 15 clears them.
 inline I16x8 srl(I16x8 a, int n) {
     if (n > 15) return zero8s();
@@ -368,3 +402,4 @@ inline F32x4 addLane0(F32x4 a, float x) { a.v[0] = a.v[0] + x; return a; }
 }  // namespace zel::simd
 
 #undef ZEL_SHUFFLE
+#undef ZEL_GENERIC_X86
