@@ -5,10 +5,16 @@
 // files only. Every function is a template over V, so that the two
 // instruction sets never share a compiled copy.
 //
-// Rows go in blocks of N = 4 * kBlocks. Accumulator q holds row 4k + q in
-// block k, with the four lanes that the 128-bit kernels keep for that row;
-// after the column groups the accumulators are transposed within their
-// blocks, and lane r of the result then belongs to row r of the block.
+// Rows go in blocks of N = 4 * kBlocks. Each of four accumulators holds one
+// row per block, with the four lanes that the 128-bit kernels keep for that
+// row; after the column groups the accumulators are transposed within their
+// blocks, so that each lane of the result holds one row's sum. The 16-bit
+// kernels put row 4k + q in block k of accumulator q, so lane r of the result
+// is row r. The single-precision kernel puts rows kBlocks * q to
+// kBlocks * q + kBlocks - 1 in accumulator q and reads them whole before
+// the next accumulator's: its reads then run forward through memory, which
+// the processor's prefetchers follow once the matrices leave the cache, and
+// one permutation puts its sums back in row order.
 //
 // The groups of columns are read a row at a time: one full-width load of a
 // row holds kBlocks consecutive groups, one per block. Their terms are formed
@@ -70,6 +76,8 @@ struct BlockPtrs {
 // load come in one load that stops at the row's end; its whole groups go
 // into the lanes, and its last, partial group holds the tail columns, which
 // the same transpose as the lanes' puts into the layout of the folded sums.
+// Accumulator q takes all the columns of its rows before accumulator q + 1
+// starts, so a block's rows are read in their order in memory.
 template <class V, bool MShared, bool WShared, bool Weighted>
 void floatBlock(const RowRef& xr, const RowRef& mr, const RowRef& wr, int width, int y0, float* out) {
     using F = typename V::F;
@@ -82,7 +90,7 @@ void floatBlock(const RowRef& xr, const RowRef& mr, const RowRef& wr, int width,
     auto terms = [&](int q, int j, int n, F mv, F wv, F (&t)[Q]) {
         auto load = [n](const float* p) { return n == 4 * V::kBlocks ? V::loadu(p) : V::loadFirst(p, n); };
         for (int k = 0; k < Q; ++k) {
-            const int r = 4 * k + q;
+            const int r = Q * q + k;
             const F d = V::sub(load(x.p[r] + j), MShared ? mv : load(m.p[r] + j));
             F wk{};
             if constexpr (Weighted) wk = WShared ? wv : load(w.p[r] + j);
@@ -90,25 +98,22 @@ void floatBlock(const RowRef& xr, const RowRef& mr, const RowRef& wr, int width,
         }
         V::transposeBlocks(t);
     };
-    int j = 0;
-    for (; j + 4 * Q <= width; j += 4 * Q) {
-        F mv{}, wv{};
-        if constexpr (MShared) mv = V::loadu(m.p[0] + j);
-        if constexpr (Weighted && WShared) wv = V::loadu(w.p[0] + j);
-        for (int q = 0; q < 4; ++q) {
+    const int full = width - width % (4 * Q), rest = width - full, groups = rest / 4, tailCols = rest % 4;
+    for (int q = 0; q < 4; ++q) {
+        for (int j = 0; j < full; j += 4 * Q) {
+            F mv{}, wv{};
+            if constexpr (MShared) mv = V::loadu(m.p[0] + j);
+            if constexpr (Weighted && WShared) wv = V::loadu(w.p[0] + j);
             F t[Q];
             terms(q, j, 4 * Q, mv, wv, t);
             for (int g = 0; g < Q; ++g) acc[q] = V::sub(acc[q], t[g]);
         }
-    }
-    const int rest = width - j, groups = rest / 4, tailCols = rest % 4;
-    if (rest > 0) {
-        F mv{}, wv{};
-        if constexpr (MShared) mv = V::loadFirst(m.p[0] + j, rest);
-        if constexpr (Weighted && WShared) wv = V::loadFirst(w.p[0] + j, rest);
-        for (int q = 0; q < 4; ++q) {
+        if (rest > 0) {
+            F mv{}, wv{};
+            if constexpr (MShared) mv = V::loadFirst(m.p[0] + full, rest);
+            if constexpr (Weighted && WShared) wv = V::loadFirst(w.p[0] + full, rest);
             F t[Q];
-            terms(q, j, rest, mv, wv, t);
+            terms(q, full, rest, mv, wv, t);
             // Loops of fixed length with tests keep t in registers.
             for (int g = 0; g < Q; ++g) {
                 if (g < groups) acc[q] = V::sub(acc[q], t[g]);
@@ -123,7 +128,7 @@ void floatBlock(const RowRef& xr, const RowRef& mr, const RowRef& wr, int width,
         for (int c = 0; c < 4; ++c)
             if (c < tailCols) s = V::sub(s, tail[c]);
     }
-    V::storeu(out + y0, s);
+    V::storeu(out + y0, V::blocksToRows(s));
 }
 
 template <class V, bool MShared, bool WShared, bool Weighted>

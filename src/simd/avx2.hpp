@@ -139,6 +139,8 @@ struct Blocks {
         t[1] = _mm256_permute2f128_ps(t[0], t[1], 0x31);
         t[0] = a;
     }
+    // Lane r of block k moves to lane kBlocks * r + k.
+    static F blocksToRows(F a) { return _mm256_permutevar8x32_ps(a, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7)); }
     // In each block, rows a, b, c, d of a 4x4 matrix become its columns.
     static void transpose4(F& a, F& b, F& c, F& d) {
         const F t0 = _mm256_unpacklo_ps(a, b), t1 = _mm256_unpackhi_ps(a, b);

@@ -70,6 +70,10 @@ struct Blocks {
         t[2] = _mm512_shuffle_f32x4(b, d, _MM_SHUFFLE(2, 0, 2, 0));
         t[3] = _mm512_shuffle_f32x4(b, d, _MM_SHUFFLE(3, 1, 3, 1));
     }
+    // Lane r of block k moves to lane kBlocks * r + k.
+    static F blocksToRows(F a) {
+        return _mm512_permutexvar_ps(_mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15), a);
+    }
     // In each block, rows a, b, c, d of a 4x4 matrix become its columns, as
     // the 128-bit transpose does.
     static void transpose4(F& a, F& b, F& c, F& d) {
