@@ -5,16 +5,14 @@
 // files only. Every function is a template over V, so that the two
 // instruction sets never share a compiled copy.
 //
-// Rows go in blocks of N = 4 * kBlocks. Each of four accumulators holds one
-// row per block, with the four lanes that the 128-bit kernels keep for that
-// row; after the column groups the accumulators are transposed within their
-// blocks, so that each lane of the result holds one row's sum. The 16-bit
-// kernels put row 4k + q in block k of accumulator q, so lane r of the result
-// is row r. The single-precision kernel puts rows kBlocks * q to
-// kBlocks * q + kBlocks - 1 in accumulator q and reads them whole before
-// the next accumulator's: its reads then run forward through memory, which
-// the processor's prefetchers follow once the matrices leave the cache, and
-// one permutation puts its sums back in row order.
+// Rows go in blocks of N = 4 * kBlocks. Accumulator q holds row
+// kBlocks * q + k in block k, with the four lanes that the 128-bit kernels
+// keep for that row; after the column groups the accumulators are transposed
+// within their blocks, so that lane r of block k holds the sum of that same
+// row, and one permutation puts the sums in row order. An accumulator's rows
+// are neighbours in memory, so reading them in turn runs forward through the
+// matrices, which the processor's prefetchers follow once the matrices have
+// left the cache.
 //
 // The groups of columns are read a row at a time: one full-width load of a
 // row holds kBlocks consecutive groups, one per block. Their terms are formed
@@ -60,9 +58,9 @@ struct BlockPtrs {
             for (int i = 0; i < kN; ++i) p[i] = reinterpret_cast<const T*>(b + i * r.pitch);
         }
     }
-    // Columns j onward of rows q, q + 4, ... in blocks 0, 1, ...
+    // Columns j onward of the rows of accumulator q, in blocks 0, 1, ...
     const T* const* strided(int q, int j, const T* (&buf)[V::kBlocks]) const {
-        for (int k = 0; k < V::kBlocks; ++k) buf[k] = p[4 * k + q] + j;
+        for (int k = 0; k < V::kBlocks; ++k) buf[k] = p[V::kBlocks * q + k] + j;
         return buf;
     }
 };
@@ -212,7 +210,7 @@ void wideBlock(const RowRef& xr, const RowRef& mr, const RowRef& wr, int width, 
         for (int q = 0; q < 4; ++q) {
             F lo[Q], hi[Q];
             for (int k = 0; k < Q; ++k) {
-                const int r = 4 * k + q;
+                const int r = Q * q + k;
                 const I d = V::subSat(V::loadu(x.p[r] + j), MShared ? mv : V::loadu(m.p[r] + j));
                 I wk{};
                 if constexpr (Weighted) wk = WShared ? wv : V::loadu(w.p[r] + j);
@@ -253,7 +251,7 @@ void wideBlock(const RowRef& xr, const RowRef& mr, const RowRef& wr, int width, 
                 else acc[0] = V::add(acc[0], term<V, false>(d, d));
             }
     }
-    V::storeu(out + y0, V::add(V::add(acc[0], acc[2]), V::add(acc[1], acc[3])));
+    V::storeu(out + y0, V::blocksToRows(V::add(V::add(acc[0], acc[2]), V::add(acc[1], acc[3]))));
 }
 
 template <class V, bool MShared, bool WShared, bool Weighted>
