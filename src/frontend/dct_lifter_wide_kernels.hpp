@@ -79,11 +79,18 @@ void cepstrum(const typename S::T* src, float* dst, const Record& st) {
         __m256 acc = _mm256_setzero_ps();
         for (int j = 0; j < full8; j += 8) acc = _mm256_add_ps(acc, _mm256_mul_ps(S::eight(src + j), _mm256_load_ps(row + j)));
         alignas(32) float l[8], t[8];
+        // The lanes and the tail products go through memory and come back
+        // as operands of the additions. Taken out of the registers they
+        // would cost a shuffle each, on the units that the grouped rows'
+        // transposes keep busy; the empty statements keep the compiler from
+        // making shuffles of these reads.
         _mm256_store_ps(l, acc);
+        __asm__("" : "+m"(l));
         float l0 = l[0] + l[4];
         // The tail products at once, then added one by one.
         if (const int rest = n - full8) {
             _mm256_store_ps(t, _mm256_mul_ps(S::first(src + full8, rest), _mm256_load_ps(row + full8)));
+            __asm__("" : "+m"(t));
 #pragma GCC unroll 8
             for (int j = 0; j < rest; ++j) l0 += t[j];
         }
