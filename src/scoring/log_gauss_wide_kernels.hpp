@@ -58,9 +58,11 @@ struct BlockPtrs {
             for (int i = 0; i < kN; ++i) p[i] = reinterpret_cast<const T*>(b + i * r.pitch);
         }
     }
+    // The row that accumulator q holds in block k.
+    static constexpr int rowOf(int q, int k) { return V::kBlocks * q + k; }
     // Columns j onward of the rows of accumulator q, in blocks 0, 1, ...
     const T* const* strided(int q, int j, const T* (&buf)[V::kBlocks]) const {
-        for (int k = 0; k < V::kBlocks; ++k) buf[k] = p[V::kBlocks * q + k] + j;
+        for (int k = 0; k < V::kBlocks; ++k) buf[k] = p[rowOf(q, k)] + j;
         return buf;
     }
 };
@@ -88,7 +90,7 @@ void floatBlock(const RowRef& xr, const RowRef& mr, const RowRef& wr, int width,
     auto terms = [&](int q, int j, int n, F mv, F wv, F (&t)[Q]) {
         auto load = [n](const float* p) { return n == 4 * V::kBlocks ? V::loadu(p) : V::loadFirst(p, n); };
         for (int k = 0; k < Q; ++k) {
-            const int r = Q * q + k;
+            const int r = x.rowOf(q, k);
             const F d = V::sub(load(x.p[r] + j), MShared ? mv : load(m.p[r] + j));
             F wk{};
             if constexpr (Weighted) wk = WShared ? wv : load(w.p[r] + j);
@@ -210,7 +212,7 @@ void wideBlock(const RowRef& xr, const RowRef& mr, const RowRef& wr, int width, 
         for (int q = 0; q < 4; ++q) {
             F lo[Q], hi[Q];
             for (int k = 0; k < Q; ++k) {
-                const int r = Q * q + k;
+                const int r = x.rowOf(q, k);
                 const I d = V::subSat(V::loadu(x.p[r] + j), MShared ? mv : V::loadu(m.p[r] + j));
                 I wk{};
                 if constexpr (Weighted) wk = WShared ? wv : V::loadu(w.p[r] + j);
